@@ -1,0 +1,32 @@
+#include "base/Sha256.h"
+
+#include <openssl/evp.h>
+
+#include <stdexcept>
+
+namespace lorekeep {
+
+struct Sha256::Impl {
+    EVP_MD_CTX* context = EVP_MD_CTX_new();
+    ~Impl() { EVP_MD_CTX_free(context); }
+};
+
+Sha256::Sha256() : m_impl(std::make_unique<Impl>()) {
+    if (!m_impl->context || EVP_DigestInit_ex(m_impl->context, EVP_sha256(), nullptr) != 1)
+        throw std::runtime_error("SHA-256 is not available");
+}
+
+Sha256::~Sha256() = default;
+
+void Sha256::update(const void* data, std::size_t size) {
+    EVP_DigestUpdate(m_impl->context, data, size);
+}
+
+Sha256::Digest Sha256::finish() {
+    Digest digest{};
+    unsigned int length = 0;
+    EVP_DigestFinal_ex(m_impl->context, digest.data(), &length);
+    return digest;
+}
+
+} // namespace lorekeep

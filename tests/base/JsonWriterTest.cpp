@@ -1,0 +1,77 @@
+#include "base/JsonWriter.h"
+#include "base/Json.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace lorekeep {
+namespace {
+
+TEST(JsonWriter, writesCompactTextWithEscapedSlashesAndRawUnicode) {
+    JsonWriter writer;
+    writer.startObject();
+    writer.key("path");
+    writer.string("By Date/2024/05/\"q\"\\\n\x01 Ünïcode");
+    writer.key("list");
+    writer.startArray();
+    writer.integer(-3);
+    writer.boolean(true);
+    writer.null();
+    writer.startObject();
+    writer.endObject();
+    writer.endArray();
+    writer.endObject();
+    EXPECT_EQ(writer.output(), R"({"path":"By Date\/2024\/05\/\"q\"\\\n\u0001 Ünïcode","list":[-3,true,null,{}]})");
+}
+
+TEST(JsonWriter, writesPrettyTextWithSpacedColonsAndPlainSlashes) {
+    JsonWriter writer({.pretty = true, .escapeSlashes = false});
+    writer.startObject();
+    writer.key("a/b");
+    writer.startArray();
+    writer.string("x/y");
+    writer.endArray();
+    writer.key("empty");
+    writer.startArray();
+    writer.endArray();
+    writer.endObject();
+    EXPECT_EQ(writer.output(), "{\n  \"a/b\" : [\n    \"x/y\"\n  ],\n  \"empty\" : []\n}");
+}
+
+TEST(JsonWriter, numbersReadBackToTheSameDouble) {
+    for (double value : {0.0, 1.0, -2.5, 737373737.123456789, 1e-7, 5e300, 0.1 + 0.2, -978307200.000001}) {
+        JsonWriter writer;
+        writer.startArray();
+        writer.number(value);
+        writer.endArray();
+        const auto document = json::parse(writer.output());
+        EXPECT_EQ(document[0].GetDouble(), value) << writer.output();
+    }
+    JsonWriter writer;
+    writer.startArray();
+    writer.number(722334455.0);
+    writer.endArray();
+    EXPECT_EQ(writer.output(), "[722334455]");
+    EXPECT_THROW(writer.number(std::numeric_limits<double>::quiet_NaN()), JsonError);
+    EXPECT_THROW(writer.number(INFINITY), JsonError);
+}
+
+TEST(Json, accessorsNameTheKeyOfAMissingOrMistypedMember) {
+    const auto document = json::parse(R"({"flag":1,"name":"x","list":["a",2]})");
+    EXPECT_EQ(json::optionalString(document, "name"), "x");
+    EXPECT_EQ(json::optionalBool(document, "absent"), std::nullopt);
+    try {
+        (void)json::optionalBool(document, "flag");
+        FAIL();
+    } catch (const JsonError& error) {
+        EXPECT_STREQ(error.what(), "\"flag\" is not a boolean");
+    }
+    EXPECT_THROW((void)json::requiredString(document, "absent"), JsonError);
+    EXPECT_THROW((void)json::stringElement(json::requiredArray(document, "list")[1], "list"), JsonError);
+    EXPECT_THROW((void)json::parse("{\"a\":"), JsonError);
+}
+
+} // namespace
+} // namespace lorekeep

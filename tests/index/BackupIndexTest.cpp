@@ -1,0 +1,123 @@
+#include "index/BackupIndex.h"
+#include "base/Json.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace lorekeep {
+namespace {
+
+BackupIndex sampleIndex() {
+    BackupIndex index;
+    index.set("B/L0/001", {.modificationDate = Date::fromReferenceSeconds(737373737.123456),
+                           .files = {{FileRole::original, "By Date/2024/05/x.heic", std::string(64, 'a'), 1234},
+                                     {FileRole::livePhotoVideo, "By Date/2024/05/x.mov", std::string(64, 'b'), 99,
+                                      "By Date/2024/05/x.xmp"}}});
+    index.set("A/L0/001", {.files = {}});
+    index.lastSuccessfulRun = Date::fromReferenceSeconds(750000000.5);
+    index.changeToken = "YnBsaXN0MDA=";
+    index.scopeKey = "albums=all;photos=true;videos=true;from=-;sharedLibrary=false;shared=false";
+    return index;
+}
+
+TEST(BackupIndex, writesTheStoredFormExactly) {
+    EXPECT_EQ(BackupIndex{}.toJson(), R"({"version":2,"assets":{}})");
+    const std::string hashA(64, 'a'), hashB(64, 'b');
+    EXPECT_EQ(sampleIndex().toJson(),
+              R"({"version":2,"assets":{"A\/L0\/001":{"files":[]},"B\/L0\/001":{"modificationDate":737373737.123456,)"
+              R"("files":[{"role":"original","relativePath":"By Date\/2024\/05\/x.heic","sha256":")" +
+                  hashA +
+                  R"(","bytes":1234},{"role":"livePhotoVideo","relativePath":"By Date\/2024\/05\/x.mov","sha256":")" +
+                  hashB +
+                  R"(","bytes":99,"xmpPath":"By Date\/2024\/05\/x.xmp"}]}},"lastSuccessfulRun":750000000.5,)"
+                  R"("changeToken":"YnBsaXN0MDA=","scopeKey":"albums=all;photos=true;videos=true;from=-;)"
+                  R"(sharedLibrary=false;shared=false"})");
+}
+
+TEST(BackupIndex, roundTripsThroughADestinationWithoutItsFolder) {
+    test::TempDir destination;
+    BackupIndex index = sampleIndex();
+    index.lastVerified = Date::fromReferenceSeconds(-12.000001);
+    index.save(destination.path());
+    EXPECT_TRUE(std::filesystem::is_regular_file(destination / ".lorekeep/index.json"));
+    EXPECT_EQ(BackupIndex::load(destination.path()), index);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(destination / ".lorekeep"), {}), 1)
+        << "no temporary file is left beside the index";
+
+    // Saving again replaces the file whole.
+    index.remove("B/L0/001");
+    index.save(destination.path());
+    EXPECT_EQ(BackupIndex::load(destination.path()), index);
+}
+
+TEST(BackupIndex, datesRoundTripExactly) {
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> seconds(-1e9, 1e9);
+    BackupIndex index;
+    for (int i = 0; i < 500; ++i)
+        index.set(std::to_string(i), {.modificationDate = Date::fromReferenceSeconds(seconds(random))});
+    EXPECT_EQ(BackupIndex::fromJson(index.toJson()), index);
+}
+
+TEST(BackupIndex, readsBothSlashFormsOtherVersionsAndUnknownKeys) {
+    const BackupIndex index =
+        BackupIndex::fromJson(R"({"version":7,"future":{"x":[1,{"y":null}]},"assets":{)"
+                              R"("a/L0/001":{"files":[{"role":"edited","relativePath":"By Date/1",)"
+                              R"("sha256":"s","bytes":5,"xmpPath":null,"extra":[]}],"more":1},)"
+                              R"("b\/L0\/001":{"modificationDate":12,"files":[]}},)"
+                              R"("changeToken":null,"lastVerified":3})");
+    EXPECT_EQ(index.version, 7);
+    ASSERT_NE(index.find("a/L0/001"), nullptr);
+    EXPECT_EQ(index.find("a/L0/001")->files.at(0), (IndexedFile{FileRole::edited, "By Date/1", "s", 5, std::nullopt}));
+    ASSERT_NE(index.find("b/L0/001"), nullptr);
+    EXPECT_EQ(index.find("b/L0/001")->modificationDate, Date::fromReferenceSeconds(12));
+    EXPECT_EQ(index.changeToken, std::nullopt);
+    EXPECT_EQ(index.lastVerified, Date::fromReferenceSeconds(3));
+    EXPECT_EQ(index.toJson().find("future"), std::string::npos);
+}
+
+TEST(BackupIndex, refusesIndexesThatLackRequiredKeysOrHaveWrongTypes) {
+    const char* const bad[] = {
+        R"({"assets":{}})",
+        R"({"version":2})",
+        R"({"version":"2","assets":{}})",
+        R"({"version":2.5,"assets":{}})",
+        R"({"version":2,"assets":[]})",
+        R"({"version":2,"assets":{"a":{}}})",
+        R"({"version":2,"assets":{"a":{"files":[{"role":"original","relativePath":"p","sha256":"s"}]}}})",
+        R"({"version":2,"assets":{"a":{"files":[{"role":"thumbnail","relativePath":"p","sha256":"s","bytes":1}]}}})",
+        R"({"version":2,"assets":{"a":{"files":[{"role":"original","relativePath":"p","sha256":"s","bytes":1.5}]}}})",
+        R"({"version":2,"assets":{"a":{"files":[{"role":"original","relativePath":null,"sha256":"s","bytes":1}]}}})",
+        R"({"version":2,"assets":{"a":{"files":[]}},"scopeKey":5})",
+        R"({"version":2,"assets":{"a":{"files":[7]}}})",
+        R"([])",
+        R"({"version":2,"assets":{})",
+        "",
+    };
+    for (const char* text : bad)
+        EXPECT_THROW((void)BackupIndex::fromJson(text), JsonError) << text;
+}
+
+TEST(BackupIndex, loadReportsAMissingFile) {
+    test::TempDir destination;
+    EXPECT_THROW((void)BackupIndex::load(destination.path()), std::system_error);
+    test::writeFile(destination / ".lorekeep/index.json", R"({"assets":{}})");
+    EXPECT_THROW((void)BackupIndex::load(destination.path()), JsonError);
+}
+
+TEST(BackupIndex, countsFilesAndBytesAndEditsEntries) {
+    BackupIndex index = sampleIndex();
+    EXPECT_EQ(index.fileCount(), 2u);
+    EXPECT_EQ(index.byteTotal(), 1333);
+    index.set("A/L0/001", {.files = {{FileRole::original, "p", "s", 1LL << 40}}});
+    EXPECT_EQ(index.fileCount(), 3u);
+    EXPECT_EQ(index.byteTotal(), 1333 + (1LL << 40));
+    EXPECT_TRUE(index.remove("A/L0/001"));
+    EXPECT_FALSE(index.remove("A/L0/001"));
+    EXPECT_EQ(index.find("A/L0/001"), nullptr);
+}
+
+} // namespace
+} // namespace lorekeep

@@ -18,7 +18,10 @@ constexpr std::size_t bufferSize = 1 << 20;
 } // namespace
 
 AtomicFile::AtomicFile(std::filesystem::path target) : m_target(std::move(target)) {
-    std::string pattern = (m_target.parent_path() / ("." + m_target.filename().string() + ".tmp-XXXXXX")).string();
+    std::string name = ".";
+    name += m_target.filename().string();
+    name += ".tmp-XXXXXX";
+    std::string pattern = (m_target.parent_path() / name).string();
     m_fd = ::mkstemp(pattern.data());
     if (m_fd < 0)
         throwErrno("cannot create a temporary file for", m_target);

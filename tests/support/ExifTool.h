@@ -1,0 +1,20 @@
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <filesystem>
+#include <string>
+
+namespace lorekeep::test {
+
+/// Reads a file's metadata back with exiftool, as a check independent of our own reading.
+namespace ExifTool {
+
+/// The tags of the file as exiftool's JSON object, names grouped by their specific location ("XMP-dc:Subject",
+/// "ExifIFD:DateTimeOriginal") and values as numbers (-G1 -n). Throws when exiftool fails.
+rapidjson::Document tags(const std::filesystem::path& file);
+/// The file's XMP packet as exiftool extracts it.
+std::string xmpPacket(const std::filesystem::path& file);
+
+} // namespace ExifTool
+} // namespace lorekeep::test

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <ctime>
 #include <set>
+#include <string_view>
 #include <system_error>
 
 namespace lorekeep::Trash {
@@ -19,6 +20,17 @@ std::vector<std::string> pathsOf(const std::vector<IndexedFile>& files) {
             paths.push_back(*file.xmpPath);
     }
     return paths;
+}
+
+/// Destinations are often case-insensitive (macOS volumes, SMB shares): a path that differs from a kept one only
+/// in case may name the very file that is kept.
+std::string folded(std::string_view path) {
+    std::string lower(path);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    }
+    return lower;
 }
 
 } // namespace
@@ -35,11 +47,12 @@ std::string dayStamp(Date date) {
 
 std::vector<std::string> move(const std::vector<IndexedFile>& oldFiles, const std::vector<IndexedFile>& newFiles,
                               const std::filesystem::path& root, Date now) {
-    const std::vector<std::string> newPaths = pathsOf(newFiles);
-    const std::set<std::string, std::less<>> kept(newPaths.begin(), newPaths.end());
+    std::set<std::string, std::less<>> kept;
+    for (const auto& path : pathsOf(newFiles))
+        kept.insert(folded(path));
     std::vector<std::string> leaving;
     for (auto& path : pathsOf(oldFiles)) {
-        if (!kept.contains(path))
+        if (!kept.contains(folded(path)))
             leaving.push_back(std::move(path));
     }
     std::vector<std::string> warnings;

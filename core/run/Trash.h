@@ -16,7 +16,8 @@ namespace Trash {
 /// The day folder's name for an instant: its date in the local time zone, "yyyy-MM-dd".
 [[nodiscard]] std::string dayStamp(Date date);
 
-/// Moves every file and sidecar of `oldFiles` that `newFiles` does not hold into today's folder (`now` in the local
+/// Moves every file and sidecar of `oldFiles` that `newFiles` does not hold (paths compared without regard to
+/// case, as many destinations compare names) into today's folder (`now` in the local
 /// time zone), replacing a copy moved there earlier the same day. Sources that are missing are passed over and
 /// failed moves leave the file where it is, both silently. Returns a warning for every path skipped because it is
 /// unsafe, reserved or a folder.

@@ -17,10 +17,9 @@ namespace Trash {
 [[nodiscard]] std::string dayStamp(Date date);
 
 /// Moves every file and sidecar of `oldFiles` that `newFiles` does not hold (paths compared without regard to
-/// case, as many destinations compare names) into today's folder (`now` in the local
-/// time zone), replacing a copy moved there earlier the same day. Sources that are missing are passed over and
-/// failed moves leave the file where it is, both silently. Returns a warning for every path skipped because it is
-/// unsafe, reserved or a folder.
+/// case, as many destinations compare names) into today's folder (`now` in the local time zone), replacing a copy
+/// moved there earlier the same day. Sources that are missing are passed over and failed moves leave the file
+/// where it is, both silently. Returns a warning for every path skipped because it is unsafe, reserved or a folder.
 [[nodiscard]] std::vector<std::string> move(const std::vector<IndexedFile>& oldFiles,
                                             const std::vector<IndexedFile>& newFiles, const std::filesystem::path& root,
                                             Date now = Date::now());

@@ -22,6 +22,20 @@ constexpr std::int64_t presenceReportEvery = 500;
 
 } // namespace
 
+void VerifyResult::encode(JsonWriter& writer) const {
+    writer.startObject();
+    writer.key("checked");
+    writer.integer(checked);
+    writer.key("problems");
+    writer.startArray();
+    for (const std::string& problem : problems)
+        writer.string(problem);
+    writer.endArray();
+    writer.key("cancelled");
+    writer.boolean(cancelled);
+    writer.endObject();
+}
+
 std::int64_t Verifier::sampleSize(std::int64_t files, std::int64_t minimumSample, double sampleFraction) {
     const auto fraction = static_cast<std::int64_t>(std::floor(sampleFraction * static_cast<double>(files)));
     return std::min(std::max(minimumSample, fraction), files);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Date.h"
+#include "base/JsonWriter.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -25,6 +26,9 @@ struct VerifyResult {
     /// One line per missing or damaged file, in the order found.
     std::vector<std::string> problems;
     bool cancelled = false;
+
+    /// Keys named after the fields.
+    void encode(JsonWriter& writer) const;
 
     friend bool operator==(const VerifyResult&, const VerifyResult&) = default;
 };

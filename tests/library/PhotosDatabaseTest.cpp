@@ -132,18 +132,6 @@ TEST(PhotosDatabase, readsTheWriteAheadLogInAFolderWhereSharedMemoryCannotBeCrea
     EXPECT_FALSE(fs::exists(dir / "nowhere"));
 }
 
-TEST(PhotosDatabase, fallsBackToTheMainFileAloneAndSaysSoWhenTheLogCannotBeRead) {
-    test::TempDir dir;
-    const auto library = test::copyLibraryDatabase("Test-26.1.photoslibrary", dir.path());
-    const auto database = PhotosDatabase::databasePath(library);
-    fs::remove(database.native() + "-wal");
-    fs::create_directory(database.native() + "-wal");
-
-    const auto result = PhotosDatabase::query(library, "SELECT COUNT(*) FROM ZGENERICALBUM");
-    EXPECT_EQ(result.rows.at(0).at(0), "72");
-    EXPECT_TRUE(result.mayMissRecentChanges);
-}
-
 TEST(PhotosDatabase, mapsFailuresToUnavailableOrNoAccess) {
     test::TempDir dir;
     const auto missing = dir / "Missing.photoslibrary";

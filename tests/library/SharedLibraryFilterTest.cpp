@@ -97,6 +97,7 @@ TEST(SharedLibraryFilter, saysRecentChangesMayBeMissingWhenTheLogCannotBeRead) {
     test::TempDir dir;
     const auto library = test::copyLibraryDatabase("Test-26.1.photoslibrary", dir.path());
     const auto database = PhotosDatabase::databasePath(library);
+    // The participation is written to the log, which then cannot be read: the main file alone has none.
     test::writeDatabase(database, participation, true);
     fs::remove(database.native() + "-wal");
     fs::create_directory(database.native() + "-wal");

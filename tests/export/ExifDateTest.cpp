@@ -1,5 +1,6 @@
 #include "export/ExifDate.h"
 #include "export/GPS.h"
+#include "export/HolidayPhoto.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +8,7 @@
 namespace lorekeep {
 namespace {
 
-// Central European time, written out so that the tests do not depend on the zone database.
-constexpr const char* berlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+using test::berlin;
 
 // 2024-05-05 12:00:00 on the file's clock: in Berlin (summer time) and at -07:00.
 const Date noonInBerlin = Date::fromUnixSeconds(1714903200);

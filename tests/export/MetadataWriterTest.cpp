@@ -1,4 +1,5 @@
 #include "export/MetadataWriter.h"
+#include "export/HolidayPhoto.h"
 #include "support/ExifTool.h"
 #include "support/SampleImages.h"
 #include "support/TempDir.h"
@@ -10,77 +11,15 @@
 namespace lorekeep {
 namespace {
 
+using test::berlin;
+using test::expectHolidayPhotoMetadata;
+using test::holidayPhoto;
 using test::readFile;
 using test::writeFile;
+using test::ExifTool::list;
+using test::ExifTool::number;
+using test::ExifTool::text;
 namespace SampleImages = test::SampleImages;
-
-constexpr const char* berlin = "CET-1CEST,M3.5.0,M10.5.0/3";
-
-// Taken 2024-05-05 14:03:27 in Berlin, south of the equator and west of Greenwich, below sea level.
-AssetMeta holidayPhoto() {
-    return {
-        .localIdentifier = "9F4C2B1A-0D3E-4E5F-8A6B-7C8D9E0F1A2B/L0/001",
-        .originalFilename = "IMG_0001.JPG",
-        .creationDate = Date::fromUnixSeconds(1714910607),
-        .latitude = -33.856789,
-        .longitude = -70.654321,
-        .altitude = -12.5,
-        .favorite = true,
-        .mediaType = "image",
-        .albums = {"Holidays 2023", "Family/Kids"},
-    };
-}
-
-std::string text(const rapidjson::Value& tags, const char* name) {
-    const auto it = tags.FindMember(name);
-    if (it == tags.MemberEnd())
-        return "<absent>";
-    if (it->value.IsString())
-        return it->value.GetString();
-    if (it->value.IsNumber())
-        return std::to_string(it->value.GetDouble());
-    return "<other>";
-}
-
-double number(const rapidjson::Value& tags, const char* name) {
-    const auto it = tags.FindMember(name);
-    return it != tags.MemberEnd() && it->value.IsNumber() ? it->value.GetDouble() : -1e9;
-}
-
-std::vector<std::string> list(const rapidjson::Value& tags, const char* name) {
-    std::vector<std::string> items;
-    const auto it = tags.FindMember(name);
-    if (it != tags.MemberEnd() && it->value.IsArray()) {
-        for (const auto& item : it->value.GetArray())
-            items.emplace_back(item.GetString());
-    }
-    return items;
-}
-
-// Checks what every embedded file of holidayPhoto() must say, in EXIF and in XMP.
-void expectHolidayPhotoMetadata(const std::filesystem::path& file) {
-    const rapidjson::Document tags = test::ExifTool::tags(file);
-    EXPECT_EQ(text(tags, "XMP-lorekeep:AssetID"), holidayPhoto().localIdentifier);
-    EXPECT_EQ(number(tags, "XMP-xmp:Rating"), 5);
-    EXPECT_EQ(list(tags, "XMP-dc:Subject"), (std::vector<std::string>{"Holidays 2023", "Family/Kids"}));
-    EXPECT_EQ(list(tags, "XMP-lr:HierarchicalSubject"),
-              (std::vector<std::string>{"Albums|Holidays 2023", "Albums|Family/Kids"}));
-    EXPECT_EQ(text(tags, "ExifIFD:DateTimeOriginal"), "2024:05:05 14:03:27");
-    EXPECT_EQ(text(tags, "ExifIFD:OffsetTimeOriginal"), "+02:00");
-    EXPECT_EQ(text(tags, "XMP-exif:DateTimeOriginal"), "2024:05:05 14:03:27+02:00");
-    EXPECT_NEAR(number(tags, "GPS:GPSLatitude"), 33.856789, 1e-7);
-    EXPECT_EQ(text(tags, "GPS:GPSLatitudeRef"), "S");
-    EXPECT_NEAR(number(tags, "GPS:GPSLongitude"), 70.654321, 1e-7);
-    EXPECT_EQ(text(tags, "GPS:GPSLongitudeRef"), "W");
-    EXPECT_NEAR(number(tags, "GPS:GPSAltitude"), 12.5, 1e-9);
-    EXPECT_EQ(number(tags, "GPS:GPSAltitudeRef"), 1);
-    EXPECT_NEAR(number(tags, "XMP-exif:GPSLatitude"), -33.856789, 1e-7);
-    EXPECT_NEAR(number(tags, "XMP-exif:GPSLongitude"), -70.654321, 1e-7);
-
-    const std::string packet = test::ExifTool::xmpPacket(file);
-    EXPECT_TRUE(std::regex_search(packet, std::regex(R"(<dc:subject>\s*<rdf:Bag>)"))) << packet;
-    EXPECT_TRUE(std::regex_search(packet, std::regex(R"(<lr:hierarchicalSubject>\s*<rdf:Bag>)"))) << packet;
-}
 
 TEST(MetadataWriter, buildsOnlyTheAssetIDForABareAsset) {
     const MetadataWriter writer;

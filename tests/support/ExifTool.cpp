@@ -2,6 +2,7 @@
 
 #include "base/Json.h"
 
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
@@ -41,6 +42,32 @@ rapidjson::Document tags(const std::filesystem::path& file) {
 
 std::string xmpPacket(const std::filesystem::path& file) {
     return run("-b -XMP", file);
+}
+
+std::string text(const rapidjson::Value& tags, const char* name) {
+    const auto it = tags.FindMember(name);
+    if (it == tags.MemberEnd())
+        return "<absent>";
+    if (it->value.IsString())
+        return it->value.GetString();
+    if (it->value.IsNumber())
+        return std::to_string(it->value.GetDouble());
+    return "<not text>";
+}
+
+double number(const rapidjson::Value& tags, const char* name) {
+    const auto it = tags.FindMember(name);
+    return it != tags.MemberEnd() && it->value.IsNumber() ? it->value.GetDouble() : std::nan("");
+}
+
+std::vector<std::string> list(const rapidjson::Value& tags, const char* name) {
+    std::vector<std::string> items;
+    const auto it = tags.FindMember(name);
+    if (it != tags.MemberEnd() && it->value.IsArray()) {
+        for (const auto& item : it->value.GetArray())
+            items.emplace_back(item.IsString() ? item.GetString() : "<not text>");
+    }
+    return items;
 }
 
 } // namespace lorekeep::test::ExifTool

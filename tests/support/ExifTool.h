@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace lorekeep::test {
 
@@ -15,6 +16,13 @@ namespace ExifTool {
 rapidjson::Document tags(const std::filesystem::path& file);
 /// The file's XMP packet as exiftool extracts it.
 std::string xmpPacket(const std::filesystem::path& file);
+
+/// A tag's text (numbers printed), or "<absent>".
+std::string text(const rapidjson::Value& tags, const char* name);
+/// A tag's number, or NaN when it is absent or not a number.
+double number(const rapidjson::Value& tags, const char* name);
+/// The items of a list tag; empty when it is absent or holds one value only.
+std::vector<std::string> list(const rapidjson::Value& tags, const char* name);
 
 } // namespace ExifTool
 } // namespace lorekeep::test

@@ -1,5 +1,7 @@
 #include "support/SampleImages.h"
 
+#include "support/LibraryCopy.h"
+
 #include <exiv2/exiv2.hpp>
 
 #include <array>
@@ -213,8 +215,7 @@ std::string tiffStripData(const std::filesystem::path& file) {
 }
 
 std::filesystem::path libraryOriginal(std::string_view extension) {
-    const std::filesystem::path originals =
-        std::filesystem::path(LOREKEEP_PHOTOS_LIBRARIES) / "Test-Media-Types-15.7.2.photoslibrary" / "originals";
+    const std::filesystem::path originals = realLibrary("Test-Media-Types-15.7.2.photoslibrary") / "originals";
     std::filesystem::path file;
     if (extension == "jpeg")
         file = originals / "D/D87BFE7E-A479-4ECD-98E8-1A8D06EF607E.jpeg";

@@ -52,7 +52,7 @@ private:
         }
     }
 
-    std::mutex m_xmpMutex;
+    mutable std::mutex m_xmpMutex;
     bool m_namespacesRegistered = false;
 };
 
@@ -281,10 +281,13 @@ private:
 
 class Exiv2Backend final : public MetadataBackend {
 public:
+    // Sets Exiv2 up when the backend is made (normally on the main thread, with the first MetadataWriter), not in
+    // the middle of a worker's export.
+    Exiv2Backend() { Exiv2Setup::instance(); }
+
     bool registerNamespaces() const override { return Exiv2Setup::instance().namespacesRegistered(); }
 
     std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const override {
-        Exiv2Setup::instance();
         try {
             auto image = Exiv2::ImageFactory::open(file.string());
             // Movies and XMP documents are not images; reading a movie's metadata would also walk the whole file.
@@ -300,7 +303,6 @@ public:
     }
 
     std::optional<std::string> serialize(const XmpMetadata& metadata) const override {
-        Exiv2Setup::instance();
         try {
             Exiv2::XmpData xmp;
             applyXmp(metadata, xmp);

@@ -9,8 +9,6 @@ namespace lorekeep {
 class MetadataError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
-
-    const char* description() const noexcept { return what(); }
 };
 
 } // namespace lorekeep

@@ -168,7 +168,7 @@ void AlbumLinker::swapIn(const fs::path& staging) const {
         throw AlbumError::foreignFolder(target.string());
     // Our old tree goes aside first and is removed only once the new one is in place, so a failed swap leaves the
     // old tree as it was.
-    const fs::path old = m_destination / ".lorekeep" / "albums-old";
+    const fs::path old = m_destination / Layout::engineFolder / "albums-old";
     std::error_code ignored;
     fs::remove_all(old, ignored);
     fs::rename(target, old);

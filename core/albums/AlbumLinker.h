@@ -8,6 +8,7 @@
 #include "albums/Ticker.h"
 #include "index/BackupIndex.h"
 #include "library/PhotoLibrary.h"
+#include "run/Layout.h"
 
 #include <filesystem>
 #include <memory>
@@ -22,7 +23,6 @@ class AlbumLinker {
 public:
     using Progress = Ticker::Report;
 
-    static constexpr std::string_view folderName = "By Album";
     /// Marks a "By Album" folder as ours.
     static constexpr std::string_view markerName = ".lorekeep-albums";
     static constexpr std::string_view markerText =
@@ -56,7 +56,7 @@ public:
     const std::filesystem::path& destination() const { return m_destination; }
 
 private:
-    std::filesystem::path byAlbum() const { return m_destination / folderName; }
+    std::filesystem::path byAlbum() const { return m_destination / Layout::byAlbum; }
     bool canIncrement(const std::optional<AlbumManifest>& manifest, LinkMode mode) const;
     LinkSet incremental(const AlbumManifest& manifest, LinkMode mode, const LinkSet& desired,
                         const Progress& progress) const;

@@ -1,7 +1,8 @@
 #include "albums/DesiredLinks.h"
 
-#include "albums/LinkTree.h"
 #include "albums/SiblingNames.h"
+#include "base/SafePath.h"
+#include "run/Layout.h"
 
 #include <algorithm>
 #include <string_view>
@@ -57,10 +58,10 @@ private:
     }
 
     void add(const std::string& folder, const std::string& target) {
-        if (!LinkTree::staysInside(target)) {
+        // Index entries never lie in the engine's own folders; one that does came from a damaged or foreign index.
+        if (!SafePath::isSafeRelative(target) || Layout::isReserved(target)) {
             if (m_reported.insert(target).second)
-                result.warnings.push_back("Album folders: \"" + target +
-                                          "\" in the index does not stay inside the destination; it was not linked.");
+                result.warnings.push_back("Album folders: " + SafePath::skippedWarning(target));
             return;
         }
         const std::string_view name = std::string_view(target).substr(target.rfind('/') + 1);

@@ -18,7 +18,8 @@ using AlbumFilter = std::optional<std::set<std::string, std::less<>>>;
 /// link per backed-up file and sidecar of its assets.
 struct DesiredLinks {
     LinkSet links;
-    /// One line per index path that was left out because it does not stay inside the destination.
+    /// One line per index path that was left out because it does not stay inside the destination or points into
+    /// the engine's own folders.
     std::vector<std::string> warnings;
 
     /// Walks the library's folders and albums in library order. Titles become cleaned folder names, unique among

@@ -1,5 +1,7 @@
 #include "albums/LinkTree.h"
 
+#include "base/SafePath.h"
+
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
@@ -20,22 +22,6 @@ std::string_view parentOf(std::string_view path) {
 LinkTree::LinkTree(fs::path destination, fs::path folder, LinkMode mode, AliasWriter& aliases)
     : m_destination(std::move(destination)), m_folder(std::move(folder)), m_mode(mode), m_aliases(aliases) {}
 
-bool LinkTree::staysInside(std::string_view relative) {
-    if (relative.empty() || relative.front() == '/' || relative.find('\0') != std::string_view::npos)
-        return false;
-    std::size_t start = 0;
-    while (start <= relative.size()) {
-        std::size_t end = relative.find('/', start);
-        if (end == std::string_view::npos)
-            end = relative.size();
-        const std::string_view part = relative.substr(start, end - start);
-        if (part.empty() || part == "." || part == "..")
-            return false;
-        start = end + 1;
-    }
-    return true;
-}
-
 std::string LinkTree::relativeTarget(std::string_view link, std::string_view target) {
     std::string result;
     bool inPart = false;
@@ -49,7 +35,7 @@ std::string LinkTree::relativeTarget(std::string_view link, std::string_view tar
 }
 
 bool LinkTree::add(std::string_view link, std::string_view target) {
-    if (!staysInside(link) || !staysInside(target) || !realFolder(parentOf(link), true))
+    if (!SafePath::isSafeRelative(link) || !SafePath::isSafeRelative(target) || !realFolder(parentOf(link), true))
         return false;
     const fs::path item = m_folder / fs::path(link);
     // A symbolic link is tried first, as the place is nearly always free; an alias writer may overwrite a file, so
@@ -64,7 +50,7 @@ bool LinkTree::add(std::string_view link, std::string_view target) {
 }
 
 void LinkTree::remove(std::string_view link) {
-    if (!staysInside(link) || !realFolder(parentOf(link), false))
+    if (!SafePath::isSafeRelative(link) || !realFolder(parentOf(link), false))
         return;
     const fs::path item = m_folder / fs::path(link);
     std::error_code error;

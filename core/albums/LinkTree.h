@@ -20,9 +20,6 @@ public:
     /// `folder` lies directly in `destination`, so that relative link targets climb out of it to the root.
     LinkTree(std::filesystem::path destination, std::filesystem::path folder, LinkMode mode, AliasWriter& aliases);
 
-    /// Whether a relative path stays inside its root: not empty, not absolute, no NUL, and no empty, "." or ".."
-    /// component.
-    [[nodiscard]] static bool staysInside(std::string_view relative);
     /// The target of a symbolic link at `link` (below the folder) to `target` (below the root): one "../" per
     /// component of the link path, then the target.
     [[nodiscard]] static std::string relativeTarget(std::string_view link, std::string_view target);

@@ -94,7 +94,7 @@ std::string cleanFolderName(const std::optional<std::string>& title) {
     if (name.empty())
         return "Untitled";
     if (name.front() == '.')
-        name.insert(0, "_");
+        return "_" + name;
     return name;
 }
 

@@ -2,8 +2,6 @@
 
 #include "base/SafePath.h"
 
-#include <cerrno>
-#include <cstring>
 #include <unistd.h>
 #include <vector>
 
@@ -60,7 +58,7 @@ void LinkTree::remove(std::string_view link) {
 }
 
 void LinkTree::prune() {
-    // Deepest first, so that a parent is looked at after all of its touched children.
+    // In reverse order every folder comes before its parent, so a parent is looked at once its children are gone.
     for (auto it = m_touched.rbegin(); it != m_touched.rend(); ++it) {
         for (std::string_view folder = *it; !folder.empty(); folder = parentOf(folder)) {
             if (!removeIfEmpty(m_folder / fs::path(folder)))

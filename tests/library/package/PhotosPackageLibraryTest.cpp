@@ -30,13 +30,17 @@ protected:
         s_folder = nullptr;
     }
 
+    // The folder's name has characters that SQLite's URIs reserve.
     static PhotosPackageLibrary open(const std::string& name) {
-        if (!std::filesystem::exists(s_folder->path() / name))
-            std::filesystem::copy(libraries / name, s_folder->path() / name, std::filesystem::copy_options::recursive);
-        return PhotosPackageLibrary(s_folder->path() / name);
+        if (!std::filesystem::exists(s_folder->path() / "Photos #1?" / name)) {
+            std::filesystem::create_directories(s_folder->path() / "Photos #1?");
+            std::filesystem::copy(libraries / name, s_folder->path() / "Photos #1?" / name,
+                                  std::filesystem::copy_options::recursive);
+        }
+        return PhotosPackageLibrary(s_folder->path() / "Photos #1?" / name);
     }
     static std::filesystem::path file(const std::string& name, const std::string& relative) {
-        return s_folder->path() / name / relative;
+        return s_folder->path() / "Photos #1?" / name / relative;
     }
 
     static std::vector<std::string> identifiers(const AssetList& list) {
@@ -211,6 +215,10 @@ TEST_F(PackageLibraries, copiesStoredFilesAndExplainsMissingOnes) {
     EXPECT_EQ(test::readFile(out / "original.jpeg"), test::readFile(file(library26, tulips.at(0).locator)));
     library.renderPhoto(Asset{.localIdentifier = asset("6191423D-8DB8-4D4C-92BE-9BBBA308AAC4")}, out / "render.jpeg");
     EXPECT_EQ(test::readFile(out / "render.jpeg"), test::readFile(file(library26, tulips.at(1).locator)));
+    // The current version of a photo that was never edited is its original.
+    library.renderPhoto(Asset{.localIdentifier = asset("1EB2B765-0765-43BA-A90C-0D0580E6172C")}, out / "plain.jpeg");
+    EXPECT_EQ(test::readFile(out / "plain.jpeg"),
+              test::readFile(file(library26, "originals/1/1EB2B765-0765-43BA-A90C-0D0580E6172C.jpeg")));
 
     const auto failure = [&](const AssetResource& resource, bool network) {
         try {

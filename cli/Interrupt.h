@@ -1,0 +1,20 @@
+#pragma once
+
+#include <stop_token>
+
+namespace lorekeep::cli {
+
+/// Turns Ctrl-C (SIGINT) and SIGTERM into a stop request, so that a run winds down and saves what it did. A second
+/// Ctrl-C ends the process at once.
+class Interrupt {
+public:
+    Interrupt();
+    ~Interrupt();
+    Interrupt(const Interrupt&) = delete;
+    Interrupt& operator=(const Interrupt&) = delete;
+
+    std::stop_token token() const;
+    bool requested() const;
+};
+
+} // namespace lorekeep::cli

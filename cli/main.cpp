@@ -1,0 +1,56 @@
+// lorekeep: back up a Photos library to a folder, verify it, and look into libraries and destinations.
+#include "Commands.h"
+#include "Console.h"
+#include "ExitCode.h"
+#include "Interrupt.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+int main(int argc, char** argv) {
+    using namespace lorekeep::cli;
+
+    CLI::App app{"Lorekeep backs up a Photos library to folders you choose and keeps them verified.\n"
+                 "Exit codes: 0 clean, 1 finished with failed items or problems, 2 usage error,\n"
+                 "3 a precondition failed (destination missing or not writable, library unreadable).",
+                 "lorekeep"};
+    app.require_subcommand(1);
+    app.set_help_all_flag("--help-all", "Show the help of every command");
+
+    DestinationOptions status;
+    CLI::App* statusCommand = app.add_subcommand("status", "Show what a destination holds: assets, files, bytes, "
+                                                           "the last backup and the last verification");
+    statusCommand->add_option("--to", status.destination, "The destination folder")->required();
+    statusCommand->add_flag("--json", status.json, "Print the facts as JSON on standard output");
+
+    VerifyOptions verify;
+    CLI::App* verifyCommand = app.add_subcommand(
+        "verify", "Check that every backed-up file is present and re-hash a random sample; damaged or missing "
+                  "files are copied again by the next backup");
+    verifyCommand->add_option("--to", verify.destination, "The destination folder")->required();
+    verifyCommand->add_option("--minimum", verify.minimumSample, "Hash at least this many files (or all, if fewer)")
+        ->capture_default_str()
+        ->check(CLI::NonNegativeNumber);
+    verifyCommand->add_option("--fraction", verify.sampleFraction, "Hash this share of the files")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 1.0));
+    verifyCommand->add_flag("--json", verify.json, "Print the result as JSON on standard output");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& success) {
+        return app.exit(success);
+    } catch (const CLI::ParseError& error) {
+        app.exit(error);
+        return usageError;
+    }
+
+    Console console;
+    Interrupt interrupt;
+    if (statusCommand->parsed())
+        return runStatus(status);
+    if (verifyCommand->parsed())
+        return runVerify(verify, console, interrupt);
+    return usageError;
+}

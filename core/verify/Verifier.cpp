@@ -1,0 +1,126 @@
+#include "verify/Verifier.h"
+
+#include "base/FileHash.h"
+#include "base/SafePath.h"
+#include "index/BackupIndex.h"
+#include "run/Preflight.h"
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <set>
+
+namespace lorekeep {
+namespace {
+
+struct Entry {
+    const std::string* assetId;
+    const IndexedFile* file;
+};
+
+constexpr std::int64_t presenceReportEvery = 500;
+
+} // namespace
+
+void VerifyResult::encode(JsonWriter& writer) const {
+    writer.startObject();
+    writer.key("checked");
+    writer.integer(checked);
+    writer.key("problems");
+    writer.startArray();
+    for (const std::string& problem : problems)
+        writer.string(problem);
+    writer.endArray();
+    writer.key("cancelled");
+    writer.boolean(cancelled);
+    writer.endObject();
+}
+
+std::int64_t Verifier::sampleSize(std::int64_t files, std::int64_t minimumSample, double sampleFraction) {
+    const auto fraction = static_cast<std::int64_t>(std::floor(sampleFraction * static_cast<double>(files)));
+    return std::min(std::max(minimumSample, fraction), files);
+}
+
+VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t minimumSample, double sampleFraction,
+                              const ProgressCallback& progress, std::stop_token stop) const {
+    Preflight::check(root);
+    BackupIndex index = BackupIndex::load(root);
+
+    std::vector<Entry> entries;
+    entries.reserve(index.fileCount());
+    for (const auto& [id, asset] : index.assets) {
+        for (const IndexedFile& file : asset.files)
+            entries.push_back({&id, &file});
+    }
+    const auto n = static_cast<std::int64_t>(entries.size());
+
+    std::vector<Entry> sample = entries;
+    std::shuffle(sample.begin(), sample.end(), std::mt19937_64(std::random_device{}()));
+    sample.resize(static_cast<std::size_t>(sampleSize(n, minimumSample, sampleFraction)));
+    const std::int64_t total = n + static_cast<std::int64_t>(sample.size());
+
+    VerifyResult result{.checked = n};
+    std::set<std::string, std::less<>> bad;
+    const auto report = [&](std::int64_t done) {
+        if (progress)
+            progress({done, total});
+    };
+    // A path that would lead outside the destination is never followed; it counts as a missing file, so the
+    // next backup writes the asset again under a proper name.
+    const auto resolve = [&](const IndexedFile& file) { return SafePath::resolve(root, file.relativePath); };
+
+    report(0);
+    std::int64_t handled = 0;
+    for (const Entry& entry : entries) {
+        if (stop.stop_requested()) {
+            result.cancelled = true;
+            break;
+        }
+        const auto path = resolve(*entry.file);
+        std::error_code error;
+        if (!path || !std::filesystem::exists(*path, error)) {
+            result.problems.push_back(entry.file->relativePath + ": missing");
+            bad.insert(*entry.assetId);
+        }
+        if (++handled % presenceReportEvery == 0)
+            report(handled);
+    }
+    if (!result.cancelled)
+        report(n);
+
+    std::int64_t hashed = 0;
+    for (const Entry& entry : result.cancelled ? std::vector<Entry>{} : sample) {
+        if (stop.stop_requested()) {
+            result.cancelled = true;
+            break;
+        }
+        if (bad.contains(*entry.assetId))
+            continue;
+        std::string digest;
+        try {
+            if (const auto path = resolve(*entry.file))
+                digest = FileHash::sha256(*path).sha256;
+        } catch (const std::exception&) {
+            // An unreadable file is as bad as a damaged one.
+        }
+        if (digest != entry.file->sha256) {
+            result.problems.push_back(entry.file->relativePath + ": checksum mismatch");
+            bad.insert(*entry.assetId);
+        }
+        report(n + ++hashed);
+    }
+
+    if (!bad.empty()) {
+        entries.clear();
+        sample.clear();
+        for (const std::string& id : bad)
+            index.remove(id);
+        index.changeToken.reset();
+    }
+    if (!result.cancelled)
+        index.lastVerified = m_clock();
+    index.save(root);
+    return result;
+}
+
+} // namespace lorekeep

@@ -1,0 +1,40 @@
+#include "base/SafePath.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+namespace lorekeep {
+namespace {
+
+using namespace std::string_literals;
+
+TEST(SafePath, refusesPathsThatCouldLeaveTheirRoot) {
+    for (const std::string& relative : {"By Date/2024/05/a.jpg"s, "a"s, "By Date/..hidden/x"s, "x.."s}) {
+        EXPECT_TRUE(SafePath::isSafeRelative(relative)) << relative;
+    }
+    for (const std::string& relative :
+         {""s, "/etc/passwd"s, "../x"s, "By Date/../../x"s, "By Date/.."s, "./x"s, "a//b"s, "a/"s, "a\0b"s, "."s}) {
+        EXPECT_FALSE(SafePath::isSafeRelative(relative)) << relative;
+    }
+    EXPECT_EQ(SafePath::skippedWarning("a\0b\n"s), "skipped unsafe path \"a\\x00b\\x0a\"");
+}
+
+TEST(SafePath, refusesPathsWhoseFolderLeadsOutOfTheRootThroughALink) {
+    test::TempDir outside;
+    test::TempDir dir;
+    const auto root = dir / "root";
+    std::filesystem::create_directories(root / "inner");
+    std::filesystem::create_directory_symlink(outside.path(), root / "away");
+    std::filesystem::create_directory_symlink(root / "inner", root / "alias");
+    std::filesystem::create_symlink(outside / "file", root / "link");
+
+    EXPECT_EQ(SafePath::resolve(root, "inner/new/x"), root / "inner/new/x");
+    EXPECT_EQ(SafePath::resolve(root, "alias/x"), root / "alias/x");
+    EXPECT_EQ(SafePath::resolve(root, "link"), root / "link") << "a link itself is moved, not followed";
+    EXPECT_FALSE(SafePath::resolve(root, "away/x"));
+    EXPECT_FALSE(SafePath::resolve(root, "away/deeper/x"));
+    EXPECT_FALSE(SafePath::resolve(root, "../root/inner/x"));
+}
+
+} // namespace
+} // namespace lorekeep

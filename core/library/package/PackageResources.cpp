@@ -1,5 +1,6 @@
 #include "library/package/PackageResources.h"
 
+#include "base/SafePath.h"
 #include "library/PhotoLibrary.h"
 #include "library/package/LocalIdentifier.h"
 #include "library/package/PackageDatabase.h"
@@ -293,18 +294,11 @@ std::optional<PackageResources::Listing> PackageResources::list(const std::strin
 }
 
 std::optional<std::filesystem::path> PackageResources::fileOf(const std::string& locator) const {
-    if (locator.empty() || locator.find('\0') != std::string::npos)
-        return std::nullopt;
-    if (locator.starts_with('/'))
+    // A referenced file is named by its absolute path; anything else must stay inside the package.
+    if (locator.starts_with('/') && locator.find('\0') == std::string::npos)
         return std::filesystem::path(locator);
-    std::size_t start = 0;
-    while (start <= locator.size()) {
-        const std::size_t end = std::min(locator.find('/', start), locator.size());
-        const std::string_view part(locator.data() + start, end - start);
-        if (part.empty() || part == "." || part == "..")
-            return std::nullopt;
-        start = end + 1;
-    }
+    if (!SafePath::isSafeRelative(locator))
+        return std::nullopt;
     return m_database->package() / locator;
 }
 

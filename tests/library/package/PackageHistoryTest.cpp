@@ -1,4 +1,5 @@
 #include "library/package/PhotosPackageLibrary.h"
+#include "support/LibraryCopy.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -8,22 +9,6 @@
 
 namespace lorekeep {
 namespace {
-
-const std::filesystem::path libraries = LOREKEEP_PHOTOS_LIBRARIES;
-
-/// A private copy of a library's database only, which is all that history and opening need.
-std::filesystem::path copyDatabase(const test::TempDir& folder, const std::string& name, bool withWal = true) {
-    const std::filesystem::path package = folder / name;
-    std::filesystem::create_directories(package / "database");
-    for (const char* file : {"Photos.sqlite", "Photos.sqlite-wal", "Photos.sqlite-shm"}) {
-        if (!withWal && std::string(file) != "Photos.sqlite")
-            continue;
-        std::filesystem::copy_file(libraries / name / "database" / file, package / "database" / file);
-        std::filesystem::permissions(package / "database" / file, std::filesystem::perms::owner_write,
-                                     std::filesystem::perm_options::add);
-    }
-    return package;
-}
 
 /// Writes to a library database the way Photos does, on its own connection.
 class Writer {
@@ -87,7 +72,7 @@ private:
 
 TEST(PackageHistory, reportsTheChangesOfLaterTransactionsAsPhotosRecordsThem) {
     test::TempDir folder;
-    const std::filesystem::path package = copyDatabase(folder, "Test-26.1.photoslibrary");
+    const std::filesystem::path package = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
     PhotosPackageLibrary library(package);
     const ChangeToken before = library.currentChangeToken();
     // The last transactions are only in the write-ahead log.
@@ -158,10 +143,12 @@ int openReadOnly(const std::filesystem::path& package, const std::string& token,
 TEST(PhotosPackageLibraryOpening, readsALibraryInAReadOnlyFolder) {
     test::TempDir folder;
     // Without -shm, SQLite cannot read the write-ahead log in a folder it cannot write to.
-    const std::filesystem::path withLog = copyDatabase(folder, "Test-26.1.photoslibrary");
+    const std::filesystem::path withLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
     std::filesystem::remove(withLog / "database" / "Photos.sqlite-shm");
     test::TempDir other;
-    const std::filesystem::path withoutLog = copyDatabase(other, "Test-26.1.photoslibrary", false);
+    const std::filesystem::path withoutLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", other.path());
+    std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-shm");
+    std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-wal");
     for (const std::filesystem::path& package : {withLog, withoutLog}) {
         for (const auto& entry : std::filesystem::directory_iterator(package / "database"))
             std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_read |

@@ -1,4 +1,5 @@
 #include "library/package/PhotosPackageLibrary.h"
+#include "support/LibraryCopy.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -12,7 +13,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-const std::filesystem::path libraries = LOREKEEP_PHOTOS_LIBRARIES;
 const std::string library26 = "Test-26.1.photoslibrary";
 const std::string libraryMedia = "Test-Media-Types-15.7.2.photoslibrary";
 const std::string libraryShared = "Test-Shared-10.15.1.photoslibrary";
@@ -34,7 +34,7 @@ protected:
     static PhotosPackageLibrary open(const std::string& name) {
         if (!std::filesystem::exists(s_folder->path() / "Photos #1?" / name)) {
             std::filesystem::create_directories(s_folder->path() / "Photos #1?");
-            std::filesystem::copy(libraries / name, s_folder->path() / "Photos #1?" / name,
+            std::filesystem::copy(test::realLibrary(name), s_folder->path() / "Photos #1?" / name,
                                   std::filesystem::copy_options::recursive);
         }
         return PhotosPackageLibrary(s_folder->path() / "Photos #1?" / name);

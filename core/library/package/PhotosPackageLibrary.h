@@ -26,8 +26,10 @@ public:
     ~PhotosPackageLibrary() override;
 
     [[nodiscard]] const std::filesystem::path& package() const { return m_database->package(); }
-    /// How the database was opened (see PackageDatabase); a private copy does not see later changes.
+    /// How the database was opened (see PackageDatabase).
     [[nodiscard]] PackageDatabase::Access databaseAccess() const { return m_database->access(); }
+    /// The database was read without its write-ahead log although there is one: recent changes may be missing.
+    [[nodiscard]] bool mayMissRecentChanges() const { return m_database->mayMissRecentChanges(); }
 
     AssetList fetchAssets(const FetchOptions& options) override;
     AssetList fetchAssets(const std::vector<std::string>& identifiers, const FetchOptions& options) override;

@@ -22,6 +22,10 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
         throw LibraryError("The Photos library database could not be opened: " + message);
     }
     sqlite3_busy_timeout(database, 5000);
+    // With exclusive locking set before the first read, SQLite never asks for the shared-memory file; the
+    // "unix-none" file system makes the exclusive lock a private one.
+    if (mode == Mode::privateLogIndex)
+        (void)SqliteStatement(database, "PRAGMA locking_mode=EXCLUSIVE").step();
     // Opening is lazy in SQLite: the first read is what finds a missing -shm or an unreadable file.
     SqliteStatement probe(database, "SELECT count(*) FROM sqlite_master");
     (void)probe.step();
@@ -57,7 +61,14 @@ std::string SqliteDatabase::uri(const std::filesystem::path& file, Mode mode) {
             result += static_cast<char>(c);
         }
     }
-    result += mode == Mode::immutable ? "?mode=ro&immutable=1" : "?mode=ro";
+    switch (mode) {
+    case Mode::readOnly:
+        return result + "?mode=ro";
+    case Mode::privateLogIndex:
+        return result + "?mode=ro&vfs=unix-none";
+    case Mode::immutable:
+        return result + "?mode=ro&immutable=1";
+    }
     return result;
 }
 

@@ -15,8 +15,16 @@ namespace lorekeep {
 /// A read-only SQLite connection. Failures throw LibraryError with SQLite's message.
 class SqliteDatabase {
 public:
-    /// How the file is opened: normally (sees the write-ahead log), or as immutable (no locks, no -shm, no WAL).
-    enum class Mode { readOnly, immutable };
+    /// How the file is opened, from the most faithful to the least.
+    enum class Mode {
+        /// An ordinary read-only open: reads the write-ahead log and honours the owner's locks.
+        readOnly,
+        /// Takes no locks and keeps the write-ahead log's index in private memory instead of the -shm file, so the
+        /// log is read even where that file can be neither used nor created (a read-only folder).
+        privateLogIndex,
+        /// Reads the main file alone, as if nothing could change it: no locks, no -shm, no write-ahead log.
+        immutable,
+    };
 
     /// Opens and reads the schema once, so that a database that cannot really be read fails here.
     SqliteDatabase(const std::filesystem::path& file, Mode mode);

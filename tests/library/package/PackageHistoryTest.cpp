@@ -128,57 +128,77 @@ TEST(PackageHistory, reportsTheChangesOfLaterTransactionsAsPhotosRecordsThem) {
         ChangeToken{"photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:99"}));
 }
 
-/// Opens a library in a read-only folder and checks what it sees: the exit code of a child process.
-int openReadOnly(const std::filesystem::path& package, const std::string& token, PackageDatabase::Access access) {
+struct Expected {
+    std::string transaction;
+    PackageDatabase::Access access;
+    bool mayMissRecentChanges = false;
+};
+
+/// Opens a library and checks how it was opened and how far its history reaches: the exit code of a child process.
+int openAndCheck(const std::filesystem::path& package, const Expected& expected) {
     try {
-        const PhotosPackageLibrary library(package);
-        const bool right = const_cast<PhotosPackageLibrary&>(library).currentChangeToken().archive == token &&
-                           library.databaseAccess() == access;
+        PhotosPackageLibrary library(package);
+        const bool right = library.currentChangeToken().archive ==
+                               "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:" + expected.transaction &&
+                           library.databaseAccess() == expected.access &&
+                           library.mayMissRecentChanges() == expected.mayMissRecentChanges;
         return right ? 0 : 1;
     } catch (const std::exception&) {
         return 2;
     }
 }
 
+void makeReadOnly(const std::filesystem::path& folder, std::filesystem::perms files) {
+    using std::filesystem::perms;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        std::filesystem::permissions(entry.path(), files);
+    std::filesystem::permissions(folder, perms::owner_read | perms::owner_exec | perms::group_read | perms::group_exec |
+                                             perms::others_read | perms::others_exec);
+}
+
 TEST(PhotosPackageLibraryOpening, readsALibraryInAReadOnlyFolder) {
+    using std::filesystem::perms;
+    const perms readable = perms::owner_read | perms::group_read | perms::others_read;
     test::TempDir folder;
-    // Without -shm, SQLite cannot read the write-ahead log in a folder it cannot write to.
-    const std::filesystem::path withLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
+    // Without -shm, SQLite cannot use the write-ahead log in place in a folder it cannot write to.
+    const std::filesystem::path withLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "log");
     std::filesystem::remove(withLog / "database" / "Photos.sqlite-shm");
-    test::TempDir other;
-    const std::filesystem::path withoutLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", other.path());
+    makeReadOnly(withLog / "database", readable);
+    const std::filesystem::path withoutLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "none");
     std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-shm");
     std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-wal");
-    for (const std::filesystem::path& package : {withLog, withoutLog}) {
-        for (const auto& entry : std::filesystem::directory_iterator(package / "database"))
-            std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_read |
-                                                           std::filesystem::perms::group_read |
-                                                           std::filesystem::perms::others_read);
-        std::filesystem::permissions(package / "database",
-                                     std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec |
-                                         std::filesystem::perms::group_read | std::filesystem::perms::group_exec |
-                                         std::filesystem::perms::others_read | std::filesystem::perms::others_exec);
-    }
-    const std::string store = "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:";
+    makeReadOnly(withoutLog / "database", readable);
+    const std::filesystem::path unreadableLog =
+        test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "unreadable");
+    std::filesystem::remove(unreadableLog / "database" / "Photos.sqlite-shm");
+    makeReadOnly(unreadableLog / "database", readable);
+    std::filesystem::permissions(unreadableLog / "database" / "Photos.sqlite-wal", perms::none);
+
+    const std::vector<std::pair<std::filesystem::path, Expected>> cases{
+        {withLog, {"410", PackageDatabase::Access::privateLogIndex}},
+        {withoutLog, {"405", PackageDatabase::Access::immutable}},
+        {unreadableLog, {"405", PackageDatabase::Access::immutable, true}},
+    };
     if (::geteuid() != 0) {
-        EXPECT_EQ(openReadOnly(withLog, store + "410", PackageDatabase::Access::privateCopy), 0);
-        EXPECT_EQ(openReadOnly(withoutLog, store + "405", PackageDatabase::Access::immutable), 0);
+        for (const auto& [package, expected] : cases)
+            EXPECT_EQ(openAndCheck(package, expected), 0) << package;
         return;
     }
     // Permissions do not bind the superuser: check as an ordinary user, in a child process.
-    for (const std::filesystem::path& path : {folder.path(), other.path()})
-        std::filesystem::permissions(path, std::filesystem::perms::others_exec | std::filesystem::perms::group_exec,
-                                     std::filesystem::perm_options::add);
+    std::filesystem::permissions(folder.path(), perms::others_exec, std::filesystem::perm_options::add);
+    for (const char* name : {"log", "none", "unreadable"})
+        std::filesystem::permissions(folder / name, perms::others_exec, std::filesystem::perm_options::add);
     GTEST_FLAG_SET(death_test_style, "fast");
-    const auto asNobody = [](const std::filesystem::path& package, const std::string& token,
-                             PackageDatabase::Access access) {
-        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
-            std::_Exit(3);
-        std::exit(openReadOnly(package, token, access));
-    };
-    EXPECT_EXIT(asNobody(withLog, store + "410", PackageDatabase::Access::privateCopy), testing::ExitedWithCode(0), "");
-    EXPECT_EXIT(asNobody(withoutLog, store + "405", PackageDatabase::Access::immutable), testing::ExitedWithCode(0),
-                "");
+    for (const auto& [package, expected] : cases) {
+        EXPECT_EXIT(
+            {
+                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+                    std::_Exit(3);
+                std::exit(openAndCheck(package, expected));
+            },
+            testing::ExitedWithCode(0), "")
+            << package;
+    }
 }
 
 TEST(PhotosPackageLibraryOpening, refusesAFolderWithoutAPhotosDatabase) {

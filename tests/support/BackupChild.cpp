@@ -4,7 +4,7 @@
 //   lorekeep_backup_child <destination> <seed> <assets> <round> <point> <n>
 //
 // Round 1 backs the seeded library up once. Round 2 backs it up completely, changes the library and backs it up
-// again. The last backup of the round is killed (SIGKILL, as a power cut or a force quit would) at the point:
+// again. The last backup of the round is killed (SIGKILL, as a crash or a force quit would) at the point:
 //   none          it runs to the end
 //   before-write  when the n-th resource write is about to start, the files before it all in place
 //   mid-write     when the n-th resource write has written half of its bytes

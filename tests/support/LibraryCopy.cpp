@@ -11,21 +11,34 @@ std::filesystem::path realLibrary(std::string_view name) {
     return std::filesystem::path(LOREKEEP_PHOTOS_LIBRARIES) / name;
 }
 
-std::filesystem::path copyLibraryDatabase(std::string_view name, const std::filesystem::path& folder) {
+namespace {
+
+void copyWritable(const std::filesystem::path& source, const std::filesystem::path& target) {
     namespace fs = std::filesystem;
-    const fs::path library = folder / name;
-    const fs::path source = realLibrary(name) / "database";
-    fs::create_directories(library / "database");
+    fs::create_directories(target);
     // Copied entry by entry: the originals are read-only, and copies must be writable even without root.
     for (const auto& entry : fs::recursive_directory_iterator(source)) {
-        const fs::path target = library / "database" / fs::relative(entry.path(), source);
+        const fs::path copy = target / fs::relative(entry.path(), source);
         if (entry.is_directory()) {
-            fs::create_directory(target);
+            fs::create_directory(copy);
         } else {
-            fs::copy_file(entry.path(), target);
-            fs::permissions(target, fs::perms::owner_write, fs::perm_options::add);
+            fs::copy_file(entry.path(), copy);
+            fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
         }
     }
+}
+
+} // namespace
+
+std::filesystem::path copyLibraryDatabase(std::string_view name, const std::filesystem::path& folder) {
+    const std::filesystem::path library = folder / name;
+    copyWritable(realLibrary(name) / "database", library / "database");
+    return library;
+}
+
+std::filesystem::path copyLibrary(std::string_view name, const std::filesystem::path& folder) {
+    const std::filesystem::path library = folder / name;
+    copyWritable(realLibrary(name), library);
     return library;
 }
 

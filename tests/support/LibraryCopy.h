@@ -12,6 +12,8 @@ std::filesystem::path realLibrary(std::string_view name);
 /// Copies the "database" folder of a real library into folder/name, writable, and returns the copy's package path.
 /// Enough for everything that reads only the Photos database.
 std::filesystem::path copyLibraryDatabase(std::string_view name, const std::filesystem::path& folder);
+/// Copies a whole real library (database and files) into folder/name, writable, and returns the copy's path.
+std::filesystem::path copyLibrary(std::string_view name, const std::filesystem::path& folder);
 
 /// Runs statements on a SQLite database with a writing connection. With keepInLog the changes stay in the
 /// database's write-ahead log instead of being copied into the main file when the connection closes, as they are

@@ -1,74 +1,14 @@
 #include "library/package/PhotosPackageLibrary.h"
 #include "support/LibraryCopy.h"
+#include "support/LibraryWriter.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <unistd.h>
 
 namespace lorekeep {
 namespace {
-
-/// Writes to a library database the way Photos does, on its own connection.
-class Writer {
-public:
-    explicit Writer(const std::filesystem::path& package) {
-        const std::string file = (package / "database" / "Photos.sqlite").string();
-        if (sqlite3_open_v2(file.c_str(), &m_database, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK)
-            throw std::runtime_error("cannot open " + file);
-        // Photos' triggers call functions that Core Data registers on its connections; their bookkeeping does not
-        // matter here.
-        for (const char* name :
-             {"NSCoreDataTriggerUpdateAffectedObjectValue", "NSCoreDataDATriggerUpdatedAffectedObjectValue",
-              "NSCoreDataDATriggerInsertUpdatedAffectedObjectValue"})
-            sqlite3_create_function(m_database, name, -1, SQLITE_UTF8, nullptr, &ignore, nullptr, nullptr);
-    }
-    ~Writer() { sqlite3_close_v2(m_database); }
-
-    void run(const std::string& sql) {
-        char* message = nullptr;
-        if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
-            const std::string text = message ? message : "?";
-            sqlite3_free(message);
-            throw std::runtime_error(text + " in " + sql);
-        }
-    }
-
-    std::string value(const std::string& sql) {
-        sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(m_database, sql.c_str(), -1, &statement, nullptr);
-        std::string result;
-        if (statement && sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_text(statement, 0))
-            result = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        sqlite3_finalize(statement);
-        return result;
-    }
-
-    /// One history transaction around the given changes, with ACHANGE rows as (type, entity name, row key,
-    /// tombstones).
-    void transaction(const std::string& changes,
-                     const std::vector<std::tuple<int, std::string, std::string, std::string>>& rows) {
-        run("BEGIN");
-        run(changes);
-        run("INSERT INTO ATRANSACTION (Z_PK, Z_ENT, Z_OPT, ZTIMESTAMP) SELECT max(Z_PK) + 1, 16002, 1, 790000000 "
-            "FROM ATRANSACTION");
-        for (const auto& [type, entity, key, tombstones] : rows) {
-            run("INSERT INTO ACHANGE (Z_PK, Z_ENT, Z_OPT, ZCHANGETYPE, ZENTITY, ZENTITYPK, ZTRANSACTIONID, ZCOLUMNS, "
-                "ZTOMBSTONE0, ZTOMBSTONE1, ZTOMBSTONE2) SELECT (SELECT max(Z_PK) + 1 FROM ACHANGE), 16001, 1, " +
-                std::to_string(type) + ", (SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = '" + entity + "'), " + key +
-                ", (SELECT max(Z_PK) FROM ATRANSACTION), X'0400', " + tombstones);
-        }
-        run("UPDATE Z_PRIMARYKEY SET Z_MAX = (SELECT max(Z_PK) FROM ACHANGE) WHERE Z_NAME = 'CHANGE'");
-        run("UPDATE Z_PRIMARYKEY SET Z_MAX = (SELECT max(Z_PK) FROM ATRANSACTION) WHERE Z_NAME = 'TRANSACTION'");
-        run("COMMIT");
-    }
-
-private:
-    static void ignore(sqlite3_context* context, int, sqlite3_value**) { sqlite3_result_null(context); }
-
-    sqlite3* m_database = nullptr;
-};
 
 TEST(PackageHistory, reportsTheChangesOfLaterTransactionsAsPhotosRecordsThem) {
     test::TempDir folder;
@@ -79,7 +19,7 @@ TEST(PackageHistory, reportsTheChangesOfLaterTransactionsAsPhotosRecordsThem) {
     EXPECT_EQ(before.archive, "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:410");
     EXPECT_TRUE(library.persistentChanges(before).empty());
 
-    Writer writer(package);
+    test::LibraryWriter writer(package);
     const std::string album = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Album'");
     const std::string assetRoot = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Asset'");
     const std::string membership = "Z_" + album + "ASSETS";

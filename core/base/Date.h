@@ -2,7 +2,9 @@
 
 #include <compare>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace lorekeep {
 
@@ -26,6 +28,8 @@ public:
 
     /// ISO 8601 in UTC with whole seconds ("2024-05-05T12:03:27Z").
     std::string iso8601() const;
+    /// Reads "yyyy-MM-ddTHH:mm:ss" followed by "Z" or an offset "+hh:mm" / "-hh:mm"; nothing for other text.
+    static std::optional<Date> fromIso8601(std::string_view text);
 
     friend constexpr auto operator<=>(const Date&, const Date&) = default;
     friend constexpr bool operator==(const Date&, const Date&) = default;

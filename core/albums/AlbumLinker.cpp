@@ -1,0 +1,184 @@
+#include "albums/AlbumLinker.h"
+
+#include "albums/AlbumError.h"
+#include "albums/LinkTree.h"
+#include "base/AtomicFile.h"
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace lorekeep {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool itemExists(const fs::path& path) {
+    std::error_code error;
+    return fs::exists(fs::symlink_status(path, error));
+}
+
+} // namespace
+
+AlbumLinker::AlbumLinker(fs::path destination, std::shared_ptr<AliasWriter> aliases)
+    : m_destination(std::move(destination)), m_aliases(std::move(aliases)) {}
+
+AlbumResult AlbumLinker::link(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter,
+                              const Progress& progress) const {
+    DesiredLinks desired = DesiredLinks::compute(library, index, filter);
+    AlbumResult result = apply(linkTest(m_destination), desired.links, progress);
+    result.warnings.insert(result.warnings.begin(), std::make_move_iterator(desired.warnings.begin()),
+                           std::make_move_iterator(desired.warnings.end()));
+    return result;
+}
+
+AlbumResult AlbumLinker::apply(LinkMode mode, const LinkSet& desired, const Progress& progress) const {
+    const std::optional<AlbumManifest> manifest = AlbumManifest::load(m_destination);
+    const bool incrementally = canIncrement(manifest, mode);
+    const LinkSet failed =
+        incrementally ? incremental(*manifest, mode, desired, progress) : rebuild(mode, desired, progress);
+
+    AlbumResult result{.mode = mode};
+    if (!writesLinks(mode))
+        result.warnings.emplace_back(cannotHoldLinksWarning);
+    if (incrementally && failed.empty() && manifest->links == desired) {
+        // Nothing changed: the manifest on disk already says what the tree holds.
+        result.links = static_cast<std::int64_t>(desired.size());
+        result.albums = DesiredLinks::folderCount(desired);
+        return result;
+    }
+    AlbumManifest next{.mode = mode};
+    for (const auto& [link, target] : desired) {
+        if (!failed.contains(link))
+            next.links.emplace_hint(next.links.end(), link, target);
+    }
+    next.save(m_destination);
+    result.links = static_cast<std::int64_t>(next.links.size());
+    result.albums = DesiredLinks::folderCount(next.links);
+    return result;
+}
+
+LinkMode AlbumLinker::linkTest(const fs::path& destination) {
+    const fs::path test = destination / linkTestPath;
+    std::error_code ignored;
+    fs::remove_all(test, ignored);
+    const auto probe = [&] {
+        std::error_code error;
+        fs::create_directories(test / "a", error);
+        if (!error)
+            fs::create_directories(test / "b", error);
+        if (error)
+            return LinkMode::alias;
+        const std::string written = "lorekeep";
+        if (!(std::ofstream(test / "a" / "target", std::ios::binary) << written))
+            return LinkMode::alias;
+        fs::create_symlink("../a/target", test / "b" / "link", error);
+        if (error)
+            return LinkMode::alias;
+        const fs::file_status status = fs::symlink_status(test / "b" / "link", error);
+        if (error)
+            return LinkMode::alias;
+        std::ifstream in(test / "b" / "link", std::ios::binary);
+        std::ostringstream read;
+        read << in.rdbuf();
+        return fs::is_symlink(status) && in && read.str() == written ? LinkMode::symlink : LinkMode::alias;
+    };
+    const LinkMode mode = probe();
+    fs::remove_all(test, ignored);
+    return mode;
+}
+
+bool AlbumLinker::canIncrement(const std::optional<AlbumManifest>& manifest, LinkMode mode) const {
+    std::error_code error;
+    // A "By Album" that is itself a symbolic link is never worked in: it would lead outside the destination.
+    return manifest && manifest->mode == mode &&
+           fs::symlink_status(byAlbum(), error).type() == fs::file_type::directory &&
+           itemExists(byAlbum() / markerName);
+}
+
+LinkSet AlbumLinker::incremental(const AlbumManifest& manifest, LinkMode mode, const LinkSet& desired,
+                                 const Progress& progress) const {
+    std::vector<std::string_view> toRemove;
+    std::vector<LinkSet::const_iterator> toAdd;
+    auto had = manifest.links.begin();
+    auto want = desired.begin();
+    while (had != manifest.links.end() || want != desired.end()) {
+        if (want == desired.end() || (had != manifest.links.end() && had->first < want->first)) {
+            toRemove.push_back((had++)->first);
+        } else if (had == manifest.links.end() || want->first < had->first) {
+            toAdd.push_back(want++);
+        } else {
+            if (had->second != want->second) {
+                toRemove.push_back(had->first);
+                toAdd.push_back(want);
+            }
+            ++had;
+            ++want;
+        }
+    }
+
+    Ticker ticker = Ticker::hundredths(static_cast<std::int64_t>(toRemove.size() + toAdd.size()), progress);
+    LinkTree tree(m_destination, byAlbum(), mode, *m_aliases);
+    for (const std::string_view link : toRemove) {
+        tree.remove(link);
+        ticker.tick();
+    }
+    LinkSet failed;
+    const bool writes = writesLinks(mode);
+    for (const auto& entry : toAdd) {
+        if (!writes || !tree.add(entry->first, entry->second))
+            failed.insert(*entry);
+        ticker.tick();
+    }
+    tree.prune();
+    return failed;
+}
+
+LinkSet AlbumLinker::rebuild(LinkMode mode, const LinkSet& desired, const Progress& progress) const {
+    const fs::path staging = m_destination / stagingPath;
+    std::error_code ignored;
+    fs::remove_all(staging, ignored);
+    fs::create_directories(staging);
+    try {
+        Ticker ticker = Ticker::hundredths(static_cast<std::int64_t>(desired.size()), progress);
+        LinkTree tree(m_destination, staging, mode, *m_aliases);
+        LinkSet failed;
+        const bool writes = writesLinks(mode);
+        for (const auto& [link, target] : desired) {
+            if (!writes || !tree.add(link, target))
+                failed.emplace(link, target);
+            ticker.tick();
+        }
+        AtomicFile::write(staging / markerName, markerText);
+        swapIn(staging);
+        return failed;
+    } catch (...) {
+        fs::remove_all(staging, ignored);
+        throw;
+    }
+}
+
+void AlbumLinker::swapIn(const fs::path& staging) const {
+    const fs::path target = byAlbum();
+    if (!itemExists(target)) {
+        fs::rename(staging, target);
+        return;
+    }
+    if (!itemExists(target / markerName))
+        throw AlbumError::foreignFolder(target.string());
+    // Our old tree goes aside first and is removed only once the new one is in place, so a failed swap leaves the
+    // old tree as it was.
+    const fs::path old = m_destination / Layout::engineFolder / "albums-old";
+    std::error_code ignored;
+    fs::remove_all(old, ignored);
+    fs::rename(target, old);
+    try {
+        fs::rename(staging, target);
+    } catch (...) {
+        fs::rename(old, target, ignored);
+        throw;
+    }
+    fs::remove_all(old, ignored);
+}
+
+} // namespace lorekeep

@@ -1,0 +1,95 @@
+#include "albums/DesiredLinks.h"
+
+#include "albums/SiblingNames.h"
+#include "base/SafePath.h"
+#include "run/Layout.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_set>
+
+namespace lorekeep {
+namespace {
+
+class Walk {
+public:
+    Walk(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter)
+        : m_library(library), m_index(index), m_filter(filter) {}
+
+    void collections(const std::vector<Collection>& level, const std::string& path) {
+        SiblingNames siblings;
+        for (const Collection& collection : level) {
+            const bool folder = collection.kind == CollectionKind::folder;
+            if (!folder && collection.subtype != AlbumSubtype::regular)
+                continue;
+            const std::string name = siblings.claim(cleanFolderName(collection.title));
+            const std::string folderPath = path.empty() ? name : path + "/" + name;
+            if (folder)
+                this->folder(collection.localIdentifier, folderPath);
+            else if (!m_filter || m_filter->contains(collection.localIdentifier))
+                album(collection.localIdentifier, folderPath);
+        }
+    }
+
+    DesiredLinks result;
+
+private:
+    void folder(const std::string& id, const std::string& path) {
+        // A damaged library could hold a folder inside itself; it is walked once on each path.
+        if (std::find(m_open.begin(), m_open.end(), id) != m_open.end())
+            return;
+        m_open.push_back(id);
+        collections(m_library.childCollections(id), path);
+        m_open.pop_back();
+    }
+
+    void album(const std::string& id, const std::string& path) {
+        const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
+        for (std::size_t i = 0; i < assets.count(); ++i) {
+            const IndexedAsset* entry = m_index.find(assets.at(i).localIdentifier);
+            if (!entry)
+                continue;
+            for (const IndexedFile& file : entry->files) {
+                add(path, file.relativePath);
+                if (file.xmpPath)
+                    add(path, *file.xmpPath);
+            }
+        }
+    }
+
+    void add(const std::string& folder, const std::string& target) {
+        // Index entries never lie in the engine's own folders; one that does came from a damaged or foreign index.
+        if (!SafePath::isSafeRelative(target) || Layout::isReserved(target)) {
+            if (m_reported.insert(target).second)
+                result.warnings.push_back("Album folders: " + SafePath::skippedWarning(target));
+            return;
+        }
+        const std::string_view name = std::string_view(target).substr(target.rfind('/') + 1);
+        result.links.try_emplace(folder + "/" + std::string(name), target);
+    }
+
+    PhotoLibrary& m_library;
+    const BackupIndex& m_index;
+    const AlbumFilter& m_filter;
+    std::vector<std::string> m_open;
+    std::unordered_set<std::string> m_reported;
+};
+
+} // namespace
+
+DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter) {
+    Walk walk(library, index, filter);
+    walk.collections(library.topLevelCollections(), {});
+    return std::move(walk.result);
+}
+
+std::int64_t DesiredLinks::folderCount(const LinkSet& links) {
+    std::unordered_set<std::string_view> folders;
+    for (const auto& [link, target] : links) {
+        const std::size_t slash = link.rfind('/');
+        folders.insert(slash == std::string::npos ? std::string_view() : std::string_view(link).substr(0, slash));
+    }
+    return static_cast<std::int64_t>(folders.size());
+}
+
+} // namespace lorekeep

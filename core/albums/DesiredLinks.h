@@ -1,0 +1,36 @@
+#pragma once
+
+#include "albums/AlbumManifest.h"
+#include "index/BackupIndex.h"
+#include "library/PhotoLibrary.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace lorekeep {
+
+/// Album local identifiers that get folders; absent means every album.
+using AlbumFilter = std::optional<std::set<std::string, std::less<>>>;
+
+/// The links the album folders should hold: for every regular user album, in the folder tree of the library, one
+/// link per backed-up file and sidecar of its assets.
+struct DesiredLinks {
+    LinkSet links;
+    /// One line per index path that was left out because it does not stay inside the destination or points into
+    /// the engine's own folders.
+    std::vector<std::string> warnings;
+
+    /// Walks the library's folders and albums in library order. Titles become cleaned folder names, unique among
+    /// their siblings; an album left out by the filter still takes its name. When two files would get the same
+    /// link path in one album folder, the first one keeps it. Assets without an index entry get no link, so an
+    /// album with nothing backed up gets no folder. Library errors are thrown.
+    [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
+                                              const AlbumFilter& filter);
+
+    /// The number of distinct album folders that the links lie in.
+    [[nodiscard]] static std::int64_t folderCount(const LinkSet& links);
+};
+
+} // namespace lorekeep

@@ -1,0 +1,147 @@
+#include "export/AssetExporter.h"
+
+#include "base/FileHash.h"
+#include "library/PhotoLibrary.h"
+
+#include <algorithm>
+#include <cctype>
+#include <system_error>
+
+namespace lorekeep {
+namespace {
+
+namespace fs = std::filesystem;
+
+void removeQuietly(const fs::path& path) {
+    std::error_code ignored;
+    fs::remove(path, ignored);
+}
+
+std::string lowerCaseExtension(const std::string& relativePath) {
+    std::string extension = fs::path(relativePath).extension().string();
+    if (!extension.empty())
+        extension.erase(0, 1);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+} // namespace
+
+AssetExporter::AssetExporter(fs::path root, PhotoLibrary& library, MetadataWriter writer)
+    : m_root(std::move(root)), m_library(&library), m_writer(std::move(writer)) {}
+
+std::string AssetExporter::sidecarRelativePath(const std::string& relativePath) {
+    return fs::path(relativePath).replace_extension("xmp").generic_string();
+}
+
+ExportResult AssetExporter::exportFile(const PlannedFile& file, const AssetMeta& meta) const {
+    ExportDraft draft{.file = file, .start = Date::now()};
+    run(draft, meta);
+    return draft.finish();
+}
+
+void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta) const {
+    const fs::path target = m_root / fs::path(draft.file.relativePath);
+    fs::path partial = target;
+    partial += ".partial";
+    try {
+        std::error_code error;
+        fs::create_directories(target.parent_path(), error);
+        if (error) {
+            removeQuietly(partial);
+            throw std::system_error(error, "cannot create folder " + target.parent_path().string());
+        }
+        // Left over from an export that died midway.
+        removeQuietly(partial);
+        if (!fetch(draft, partial))
+            return;
+        complete(draft, meta, partial, target);
+    } catch (const std::exception& error) {
+        removeQuietly(partial);
+        draft.error = error.what();
+    } catch (...) {
+        removeQuietly(partial);
+        draft.error = "unknown error";
+    }
+}
+
+bool AssetExporter::fetch(ExportDraft& draft, const fs::path& partial) const {
+    const AssetResource& resource = draft.file.resource;
+    try {
+        m_library->writeResource(resource, partial, false);
+        return true;
+    } catch (const std::exception&) {
+        // Whatever kept the local write from working, the network write is the next try; a file fetched that
+        // way counts as downloaded.
+        removeQuietly(partial);
+    }
+    try {
+        m_library->writeResource(resource, partial, true);
+        draft.downloaded = true;
+        return true;
+    } catch (const std::exception& error) {
+        removeQuietly(partial);
+        // Only an edit can be made again from the library; originals and Live Photo videos cannot.
+        if (draft.file.role != FileRole::edited) {
+            draft.error = error.what();
+            return false;
+        }
+    }
+    try {
+        if (resource.type == ResourceType::fullSizeVideo)
+            m_library->renderVideo(draft.file.asset, partial);
+        else
+            m_library->renderPhoto(draft.file.asset, partial);
+        draft.renderedEdit = true;
+        return true;
+    } catch (const std::exception& error) {
+        removeQuietly(partial);
+        draft.error = error.what();
+        return false;
+    }
+}
+
+void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs::path& partial,
+                             const fs::path& target) const {
+    const FileDigest source = FileHash::sha256(partial);
+    draft.sourceSha256 = source.sha256;
+
+    bool embedded = false;
+    bool needsSidecar = false;
+    const FileRole role = draft.file.role;
+    if (role == FileRole::livePhotoVideo || role == FileRole::editedLiveVideo) {
+        // The photo of the pair carries the metadata.
+        draft.metadata = MetadataMode::skipped;
+    } else if (MetadataWriter::isEmbeddable(lowerCaseExtension(draft.file.relativePath))) {
+        try {
+            draft.metadataFields = m_writer.embed(meta, partial);
+            draft.metadata = MetadataMode::embedded;
+            embedded = true;
+        } catch (const std::exception& error) {
+            draft.metadataNote = std::string("embed failed, fell back to .xmp: ") + error.what();
+            needsSidecar = true;
+        }
+    } else {
+        needsSidecar = true;
+    }
+
+    // Without embedding the bytes are exactly those just hashed.
+    const FileDigest written = embedded ? FileHash::sha256(partial) : source;
+    draft.sha256 = written.sha256;
+    draft.bytes = written.bytes;
+
+    // rename() replaces a file already at the target in one step, so the target never goes missing in between.
+    std::error_code error;
+    fs::rename(partial, target, error);
+    if (error)
+        throw std::system_error(error, "cannot move into place " + target.string());
+
+    if (needsSidecar) {
+        draft.metadataFields = m_writer.writeSidecar(meta, target);
+        draft.metadata = MetadataMode::xmpSidecar;
+        draft.xmpPath = sidecarRelativePath(draft.file.relativePath);
+    }
+}
+
+} // namespace lorekeep

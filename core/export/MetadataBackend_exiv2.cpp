@@ -1,0 +1,326 @@
+// Metadata file work with Exiv2: JPEG, PNG, TIFF, WebP and the other formats Exiv2 can write. HEIC and HEIF are
+// read (for their EXIF) but never written, since Exiv2 cannot write them; the writer then reports that no
+// destination can be created for the type, and the exporter writes a sidecar instead.
+#include "export/MetadataBackend.h"
+
+#include <exiv2/exiv2.hpp>
+
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+#include <string_view>
+
+namespace lorekeep {
+namespace {
+
+// Exiv2's XMP toolkit is shared by every thread of the process; it calls this around each use.
+void lockXmpToolkit(void* data, bool lock) {
+    auto* mutex = static_cast<std::mutex*>(data);
+    if (lock)
+        mutex->lock();
+    else
+        mutex->unlock();
+}
+
+// Exiv2 reports oddities of the files it reads as log messages; they are not the user's business (real failures
+// reach us as exceptions), and they must not end up on the terminal of the command-line tool.
+void dropExiv2Message(int, const char*) {}
+
+/// Process-wide Exiv2 set-up, made once on first use.
+class Exiv2Setup {
+public:
+    static const Exiv2Setup& instance() {
+        static const Exiv2Setup setup;
+        return setup;
+    }
+
+    bool namespacesRegistered() const { return m_namespacesRegistered; }
+
+private:
+    Exiv2Setup() {
+        Exiv2::LogMsg::setHandler(dropExiv2Message);
+        Exiv2::XmpParser::initialize(lockXmpToolkit, &m_xmpMutex);
+        Exiv2::enableBMFF(true);
+        try {
+            Exiv2::XmpProperties::registerNs(std::string(XMPNamespace::lorekeep),
+                                             std::string(XMPNamespace::lorekeepPrefix));
+            Exiv2::XmpProperties::registerNs(std::string(XMPNamespace::lightroom),
+                                             std::string(XMPNamespace::lightroomPrefix));
+            m_namespacesRegistered = true;
+        } catch (const std::exception&) {
+            m_namespacesRegistered = false;
+        }
+    }
+
+    mutable std::mutex m_xmpMutex;
+    bool m_namespacesRegistered = false;
+};
+
+std::string typeIdentifierFor(const std::string& mimeType) {
+    static constexpr std::pair<std::string_view, std::string_view> known[] = {
+        {"image/jpeg", "public.jpeg"},
+        {"image/png", "public.png"},
+        {"image/tiff", "public.tiff"},
+        {"image/heic", "public.heic"},
+        {"image/heif", "public.heif"},
+        {"image/avif", "public.avif"},
+        {"image/webp", "org.webmproject.webp"},
+        {"image/gif", "com.compuserve.gif"},
+        {"image/x-ms-bmp", "com.microsoft.bmp"},
+        {"image/jp2", "public.jpeg-2000"},
+        {"image/x-photoshop", "com.adobe.photoshop-image"},
+        {"image/x-canon-cr2", "com.canon.cr2-raw-image"},
+        {"image/x-canon-cr3", "com.canon.cr3-raw-image"},
+    };
+    for (const auto& [mime, identifier] : known) {
+        if (mime == mimeType)
+            return std::string(identifier);
+    }
+    return mimeType;
+}
+
+// ---- reading
+
+void copyProperty(const Exiv2::ExifData& exif, const char* key, PropertyDictionary& into, std::string_view name) {
+    const auto datum = exif.findKey(Exiv2::ExifKey(key));
+    if (datum == exif.end() || datum->count() == 0)
+        return;
+    if (datum->typeId() == Exiv2::asciiString)
+        into.emplace(name, datum->toString());
+    else
+        into.emplace(name, static_cast<double>(datum->toFloat(0)));
+}
+
+// A GPS coordinate as degrees: three rationals (degrees, minutes, seconds), or one number. Anything else is kept as
+// text, which the writer treats as no coordinate.
+void copyCoordinate(const Exiv2::ExifData& exif, const char* key, PropertyDictionary& into, std::string_view name) {
+    const auto datum = exif.findKey(Exiv2::ExifKey(key));
+    if (datum == exif.end() || datum->count() == 0)
+        return;
+    const bool rational = datum->typeId() == Exiv2::unsignedRational || datum->typeId() == Exiv2::signedRational;
+    if (rational && datum->count() == 3) {
+        double degrees = 0;
+        double unit = 1;
+        for (long i = 0; i < 3; ++i, unit *= 60) {
+            const Exiv2::Rational part = datum->toRational(i);
+            if (part.second == 0) {
+                into.emplace(name, datum->toString());
+                return;
+            }
+            degrees += static_cast<double>(part.first) / part.second / unit;
+        }
+        into.emplace(name, degrees);
+    } else if (datum->count() == 1 && datum->typeId() != Exiv2::asciiString) {
+        into.emplace(name, static_cast<double>(datum->toFloat(0)));
+    } else {
+        into.emplace(name, datum->toString());
+    }
+}
+
+ImageProperties propertiesOf(const Exiv2::ExifData& exif) {
+    ImageProperties properties;
+    copyProperty(exif, "Exif.Photo.DateTimeOriginal", properties.exif, ImageProperty::dateTimeOriginal);
+    copyProperty(exif, "Exif.Photo.OffsetTimeOriginal", properties.exif, ImageProperty::offsetTimeOriginal);
+    copyCoordinate(exif, "Exif.GPSInfo.GPSLatitude", properties.gps, ImageProperty::latitude);
+    copyProperty(exif, "Exif.GPSInfo.GPSLatitudeRef", properties.gps, ImageProperty::latitudeRef);
+    copyCoordinate(exif, "Exif.GPSInfo.GPSLongitude", properties.gps, ImageProperty::longitude);
+    copyProperty(exif, "Exif.GPSInfo.GPSLongitudeRef", properties.gps, ImageProperty::longitudeRef);
+    return properties;
+}
+
+// ---- writing
+
+// "2024-05-05T12:03:27+02:00" from the EXIF date and offset texts.
+std::string xmpDate(const XmpMetadata::CaptureDate& date) {
+    std::string text = date.dateTimeOriginal;
+    const std::size_t space = text.find(' ');
+    if (space != std::string::npos) {
+        text[space] = 'T';
+        for (std::size_t i = 0, colons = 0; i < space && colons < 2; ++i) {
+            if (text[i] == ':') {
+                text[i] = '-';
+                ++colons;
+            }
+        }
+    }
+    return text + date.offsetTimeOriginal;
+}
+
+// XMP's GPS coordinate form: degrees, then decimal minutes, then the reference ("48,51.34560000N").
+std::string xmpCoordinate(double degrees, const std::string& ref) {
+    constexpr long long perMinute = 100'000'000;
+    const long long total = std::llround(degrees * 60 * perMinute);
+    char text[64];
+    std::snprintf(text, sizeof text, "%lld,%lld.%08lld%s", total / (60 * perMinute),
+                  total % (60 * perMinute) / perMinute, total % perMinute, ref.c_str());
+    return text;
+}
+
+// EXIF's GPS coordinate form: degrees, minutes and seconds as rationals, seconds to a millionth.
+Exiv2::URationalValue exifCoordinate(double degrees) {
+    constexpr long long perSecond = 1'000'000;
+    const long long total = std::llround(degrees * 3600 * perSecond);
+    Exiv2::URationalValue value;
+    value.value_.emplace_back(static_cast<std::uint32_t>(total / (3600 * perSecond)), 1);
+    value.value_.emplace_back(static_cast<std::uint32_t>(total % (3600 * perSecond) / (60 * perSecond)), 1);
+    value.value_.emplace_back(static_cast<std::uint32_t>(total % (60 * perSecond)), perSecond);
+    return value;
+}
+
+Exiv2::URationalValue exifAltitude(double metres) {
+    Exiv2::URationalValue value;
+    value.value_.emplace_back(static_cast<std::uint32_t>(std::llround(metres * 1000)), 1000);
+    return value;
+}
+
+// Removes a property, including the element keys ("...[1]") that Exiv2 uses for arrays it cannot hold as one.
+void eraseXmp(Exiv2::XmpData& xmp, const std::string& key) {
+    for (auto it = xmp.begin(); it != xmp.end();) {
+        const std::string& name = it->key();
+        if (name == key ||
+            (name.size() > key.size() && name.compare(0, key.size(), key) == 0 && name[key.size()] == '['))
+            it = xmp.erase(it);
+        else
+            ++it;
+    }
+}
+
+void setBag(Exiv2::XmpData& xmp, const std::string& key, const std::vector<std::string>& items) {
+    eraseXmp(xmp, key);
+    Exiv2::XmpArrayValue bag(Exiv2::xmpBag);
+    for (const std::string& item : items)
+        bag.read(item);
+    xmp.add(Exiv2::XmpKey(key), &bag);
+}
+
+void setXmp(Exiv2::XmpData& xmp, const std::string& key, const std::string& value) {
+    eraseXmp(xmp, key);
+    xmp[key] = value;
+}
+
+void applyXmp(const XmpMetadata& metadata, Exiv2::XmpData& xmp) {
+    const std::string ours = "Xmp." + std::string(XMPNamespace::lorekeepPrefix) + ".";
+    const std::string lightroom = "Xmp." + std::string(XMPNamespace::lightroomPrefix) + ".";
+    setXmp(xmp, ours + "AssetID", metadata.assetID);
+    if (metadata.rating)
+        setXmp(xmp, "Xmp.xmp.Rating", std::to_string(*metadata.rating));
+    if (!metadata.subjects.empty())
+        setBag(xmp, "Xmp.dc.subject", metadata.subjects);
+    if (!metadata.hierarchicalSubjects.empty())
+        setBag(xmp, lightroom + "hierarchicalSubject", metadata.hierarchicalSubjects);
+    if (metadata.date)
+        setXmp(xmp, "Xmp.exif.DateTimeOriginal", xmpDate(*metadata.date));
+    if (const auto& gps = metadata.gps) {
+        setXmp(xmp, "Xmp.exif.GPSVersionID", "2.2.0.0");
+        setXmp(xmp, "Xmp.exif.GPSLatitude", xmpCoordinate(gps->latitude, gps->latitudeRef));
+        setXmp(xmp, "Xmp.exif.GPSLongitude", xmpCoordinate(gps->longitude, gps->longitudeRef));
+        if (gps->altitude && gps->altitudeRef) {
+            setXmp(xmp, "Xmp.exif.GPSAltitude", exifAltitude(*gps->altitude).toString(0));
+            setXmp(xmp, "Xmp.exif.GPSAltitudeRef", std::to_string(*gps->altitudeRef));
+        }
+    }
+}
+
+void applyExif(const XmpMetadata& metadata, Exiv2::ExifData& exif) {
+    if (metadata.date) {
+        // OffsetTimeOriginal came with EXIF 2.31; readers look at the version of an EXIF block we start.
+        if (exif.findKey(Exiv2::ExifKey("Exif.Photo.ExifVersion")) == exif.end())
+            exif["Exif.Photo.ExifVersion"] = std::string("48 50 51 50");
+        exif["Exif.Photo.DateTimeOriginal"] = metadata.date->dateTimeOriginal;
+        exif["Exif.Photo.OffsetTimeOriginal"] = metadata.date->offsetTimeOriginal;
+    }
+    if (const auto& gps = metadata.gps) {
+        if (exif.findKey(Exiv2::ExifKey("Exif.GPSInfo.GPSVersionID")) == exif.end())
+            exif["Exif.GPSInfo.GPSVersionID"] = std::string("2 2 0 0");
+        const Exiv2::URationalValue latitude = exifCoordinate(gps->latitude);
+        const Exiv2::URationalValue longitude = exifCoordinate(gps->longitude);
+        exif["Exif.GPSInfo.GPSLatitudeRef"] = gps->latitudeRef;
+        exif["Exif.GPSInfo.GPSLatitude"].setValue(&latitude);
+        exif["Exif.GPSInfo.GPSLongitudeRef"] = gps->longitudeRef;
+        exif["Exif.GPSInfo.GPSLongitude"].setValue(&longitude);
+        if (gps->altitude && gps->altitudeRef) {
+            const Exiv2::URationalValue altitude = exifAltitude(*gps->altitude);
+            exif["Exif.GPSInfo.GPSAltitudeRef"] = std::to_string(*gps->altitudeRef);
+            exif["Exif.GPSInfo.GPSAltitude"].setValue(&altitude);
+        }
+    }
+}
+
+bool writes(int imageType, Exiv2::MetadataId kind) {
+    const Exiv2::AccessMode mode = Exiv2::ImageFactory::checkMode(imageType, kind);
+    return mode == Exiv2::amWrite || mode == Exiv2::amReadWrite;
+}
+
+class Exiv2ImageSource final : public MetadataBackend::ImageSource {
+public:
+    Exiv2ImageSource(std::filesystem::path path, int imageType, std::string typeIdentifier, ImageProperties properties)
+        : m_path(std::move(path)), m_imageType(imageType), m_typeIdentifier(std::move(typeIdentifier)),
+          m_properties(std::move(properties)) {}
+
+    const std::string& typeIdentifier() const override { return m_typeIdentifier; }
+    const ImageProperties& properties() const override { return m_properties; }
+    bool canWrite() const override { return writes(m_imageType, Exiv2::mdXmp); }
+
+    void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const override {
+        std::filesystem::copy_file(m_path, destination, std::filesystem::copy_options::overwrite_existing);
+        // Exiv2 rewrites only the metadata blocks of the copy; the image data is carried over byte for byte.
+        auto image = Exiv2::ImageFactory::open(destination.string());
+        image->readMetadata();
+        applyXmp(metadata, image->xmpData());
+        if (writes(m_imageType, Exiv2::mdExif))
+            applyExif(metadata, image->exifData());
+        image->writeMetadata();
+    }
+
+private:
+    std::filesystem::path m_path;
+    int m_imageType;
+    std::string m_typeIdentifier;
+    ImageProperties m_properties;
+};
+
+class Exiv2Backend final : public MetadataBackend {
+public:
+    // Sets Exiv2 up when the backend is made (normally on the main thread, with the first MetadataWriter), not in
+    // the middle of a worker's export.
+    Exiv2Backend() { Exiv2Setup::instance(); }
+
+    bool registerNamespaces() const override { return Exiv2Setup::instance().namespacesRegistered(); }
+
+    std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const override {
+        try {
+            auto image = Exiv2::ImageFactory::open(file.string());
+            // Movies and XMP documents are not images; reading a movie's metadata would also walk the whole file.
+            const std::string mime = image->mimeType();
+            if (mime.starts_with("video/") || mime == "application/rdf+xml")
+                return nullptr;
+            image->readMetadata();
+            return std::make_unique<Exiv2ImageSource>(file, image->imageType(), typeIdentifierFor(image->mimeType()),
+                                                      propertiesOf(image->exifData()));
+        } catch (const std::exception&) {
+            return nullptr;
+        }
+    }
+
+    std::optional<std::string> serialize(const XmpMetadata& metadata) const override {
+        try {
+            Exiv2::XmpData xmp;
+            applyXmp(metadata, xmp);
+            std::string packet;
+            if (Exiv2::XmpParser::encode(packet, xmp, Exiv2::XmpParser::omitPacketWrapper) != 0 || packet.empty())
+                return std::nullopt;
+            return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + packet;
+        } catch (const std::exception&) {
+            return std::nullopt;
+        }
+    }
+};
+
+} // namespace
+
+std::shared_ptr<const MetadataBackend> MetadataBackend::platform() {
+    static const auto backend = std::make_shared<const Exiv2Backend>();
+    return backend;
+}
+
+} // namespace lorekeep

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "library/PhotoLibrary.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace lorekeep {
+
+class PackageDatabase;
+
+/// The user's folders and albums in a library package, as PhotoKit shows them: folders, regular albums and iCloud
+/// shared albums; smart albums, system collections and albums in Recently Deleted are left out.
+class PackageAlbums {
+public:
+    explicit PackageAlbums(std::shared_ptr<const PackageDatabase> database);
+
+    /// The children of the top-level folder in their stored order, then the iCloud shared albums.
+    [[nodiscard]] std::vector<Collection> topLevel() const;
+    [[nodiscard]] std::vector<Collection> children(const std::string& folderIdentifier) const;
+    /// The albums among the identifiers, in the order of a walk through the folders.
+    [[nodiscard]] std::vector<Collection> albums(const std::vector<std::string>& identifiers) const;
+    [[nodiscard]] std::vector<Collection> containing(const std::string& assetIdentifier) const;
+    /// The row key of an album, for fetching its assets.
+    [[nodiscard]] std::optional<std::int64_t> albumKey(const std::string& albumIdentifier) const;
+
+    // ZGENERICALBUM.ZKIND values.
+    static constexpr std::int64_t userAlbumKind = 2;
+    static constexpr std::int64_t sharedAlbumKind = 1505;
+    static constexpr std::int64_t rootFolderKind = 3999;
+    static constexpr std::int64_t folderKind = 4000;
+
+private:
+    struct Node;
+    class Tree;
+
+    [[nodiscard]] Collection collection(const Node& node) const;
+    [[nodiscard]] std::vector<Collection> collections(const std::vector<const Node*>& nodes) const;
+
+    std::shared_ptr<const PackageDatabase> m_database;
+};
+
+} // namespace lorekeep

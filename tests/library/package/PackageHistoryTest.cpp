@@ -1,0 +1,212 @@
+#include "library/package/PhotosPackageLibrary.h"
+#include "support/LibraryCopy.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <unistd.h>
+
+namespace lorekeep {
+namespace {
+
+/// Writes to a library database the way Photos does, on its own connection.
+class Writer {
+public:
+    explicit Writer(const std::filesystem::path& package) {
+        const std::string file = (package / "database" / "Photos.sqlite").string();
+        if (sqlite3_open_v2(file.c_str(), &m_database, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK)
+            throw std::runtime_error("cannot open " + file);
+        // Photos' triggers call functions that Core Data registers on its connections; their bookkeeping does not
+        // matter here.
+        for (const char* name :
+             {"NSCoreDataTriggerUpdateAffectedObjectValue", "NSCoreDataDATriggerUpdatedAffectedObjectValue",
+              "NSCoreDataDATriggerInsertUpdatedAffectedObjectValue"})
+            sqlite3_create_function(m_database, name, -1, SQLITE_UTF8, nullptr, &ignore, nullptr, nullptr);
+    }
+    ~Writer() { sqlite3_close_v2(m_database); }
+
+    void run(const std::string& sql) {
+        char* message = nullptr;
+        if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
+            const std::string text = message ? message : "?";
+            sqlite3_free(message);
+            throw std::runtime_error(text + " in " + sql);
+        }
+    }
+
+    std::string value(const std::string& sql) {
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(m_database, sql.c_str(), -1, &statement, nullptr);
+        std::string result;
+        if (statement && sqlite3_step(statement) == SQLITE_ROW && sqlite3_column_text(statement, 0))
+            result = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
+        sqlite3_finalize(statement);
+        return result;
+    }
+
+    /// One history transaction around the given changes, with ACHANGE rows as (type, entity name, row key,
+    /// tombstones).
+    void transaction(const std::string& changes,
+                     const std::vector<std::tuple<int, std::string, std::string, std::string>>& rows) {
+        run("BEGIN");
+        run(changes);
+        run("INSERT INTO ATRANSACTION (Z_PK, Z_ENT, Z_OPT, ZTIMESTAMP) SELECT max(Z_PK) + 1, 16002, 1, 790000000 "
+            "FROM ATRANSACTION");
+        for (const auto& [type, entity, key, tombstones] : rows) {
+            run("INSERT INTO ACHANGE (Z_PK, Z_ENT, Z_OPT, ZCHANGETYPE, ZENTITY, ZENTITYPK, ZTRANSACTIONID, ZCOLUMNS, "
+                "ZTOMBSTONE0, ZTOMBSTONE1, ZTOMBSTONE2) SELECT (SELECT max(Z_PK) + 1 FROM ACHANGE), 16001, 1, " +
+                std::to_string(type) + ", (SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = '" + entity + "'), " + key +
+                ", (SELECT max(Z_PK) FROM ATRANSACTION), X'0400', " + tombstones);
+        }
+        run("UPDATE Z_PRIMARYKEY SET Z_MAX = (SELECT max(Z_PK) FROM ACHANGE) WHERE Z_NAME = 'CHANGE'");
+        run("UPDATE Z_PRIMARYKEY SET Z_MAX = (SELECT max(Z_PK) FROM ATRANSACTION) WHERE Z_NAME = 'TRANSACTION'");
+        run("COMMIT");
+    }
+
+private:
+    static void ignore(sqlite3_context* context, int, sqlite3_value**) { sqlite3_result_null(context); }
+
+    sqlite3* m_database = nullptr;
+};
+
+TEST(PackageHistory, reportsTheChangesOfLaterTransactionsAsPhotosRecordsThem) {
+    test::TempDir folder;
+    const std::filesystem::path package = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
+    PhotosPackageLibrary library(package);
+    const ChangeToken before = library.currentChangeToken();
+    // The last transactions are only in the write-ahead log.
+    EXPECT_EQ(before.archive, "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:410");
+    EXPECT_TRUE(library.persistentChanges(before).empty());
+
+    Writer writer(package);
+    const std::string album = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Album'");
+    const std::string assetRoot = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Asset'");
+    const std::string membership = "Z_" + album + "ASSETS";
+    // F12384F6 is edited: its modification date moves on.
+    writer.transaction("UPDATE ZASSET SET ZMODIFICATIONDATE = 790000000 WHERE Z_PK = 4",
+                       {{1, "Asset", "4", "NULL, NULL, NULL"}});
+    // D79B8D77 is deleted for good: its row and album membership go, its UUID lives on in a tombstone after its
+    // cloud GUID; the album it was in is updated.
+    writer.transaction("DELETE FROM ZASSET WHERE Z_PK = 5; DELETE FROM " + membership + " WHERE Z_" + assetRoot +
+                           "ASSETS = 5",
+                       {{2, "Asset", "5",
+                         "'9C3F2B4E-1111-4222-8333-944455556666', 0, "
+                         "'D79B8D77-BFFC-460B-9312-034F2877D35B'"},
+                        {1, "Album", "5", "NULL, NULL, NULL"},
+                        {1, "Album", "2", "NULL, NULL, NULL"}}); // the top-level folder, not a user album
+
+    const std::vector<PersistentChange> changes = library.persistentChanges(before);
+    ASSERT_EQ(changes.size(), 2u);
+    EXPECT_EQ(changes[0], (PersistentChange{.assets = {.updated = {"F12384F6-CD17-4151-ACBA-AE0E3688539E/L0/001"}}}));
+    EXPECT_EQ(changes[1], (PersistentChange{.assets = {.deleted = {"D79B8D77-BFFC-460B-9312-034F2877D35B/L0/001"}},
+                                            .albums = {.updated = {"0C514A98-7B77-4E4F-801B-364B7B65EAFA/L0/040"}}}));
+
+    const ChangeToken after = library.currentChangeToken();
+    EXPECT_EQ(after.archive, "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:412");
+    EXPECT_TRUE(library.persistentChanges(after).empty());
+    EXPECT_EQ(library.fetchAssets(FetchOptions{}).count(), 12u);
+    EXPECT_EQ(library.unarchiveToken(before.archive), before);
+
+    // Tokens of another store, of another form, or beyond the history.
+    for (const std::string archive :
+         {"photoslibrary-history:1:3C434AF9-440E-438B-8D5C-7E017CAAA61D:10", "", "photoslibrary-history:1:",
+          "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:", "bplist00\x01\x02",
+          "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:-3",
+          "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:12x"})
+        EXPECT_EQ(library.unarchiveToken(archive), std::nullopt) << archive;
+    EXPECT_THROW((void)library.persistentChanges(ChangeToken{"elsewhere"}), LibraryError);
+    EXPECT_THROW((void)library.persistentChanges(
+                     ChangeToken{"photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:413"}),
+                 LibraryError);
+    // Pruned history no longer reaches back to an old token.
+    writer.run("DELETE FROM ACHANGE WHERE ZTRANSACTIONID < 100; DELETE FROM ATRANSACTION WHERE Z_PK < 100");
+    EXPECT_THROW(
+        (void)library.persistentChanges(ChangeToken{"photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:50"}),
+        LibraryError);
+    EXPECT_NO_THROW((void)library.persistentChanges(
+        ChangeToken{"photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:99"}));
+}
+
+struct Expected {
+    std::string transaction;
+    PackageDatabase::Access access;
+    bool mayMissRecentChanges = false;
+};
+
+/// Opens a library and checks how it was opened and how far its history reaches: the exit code of a child process.
+int openAndCheck(const std::filesystem::path& package, const Expected& expected) {
+    try {
+        PhotosPackageLibrary library(package);
+        const bool right = library.currentChangeToken().archive ==
+                               "photoslibrary-history:1:FE941CCE-3AF4-4243-907C-C2233C09008D:" + expected.transaction &&
+                           library.databaseAccess() == expected.access &&
+                           library.mayMissRecentChanges() == expected.mayMissRecentChanges;
+        return right ? 0 : 1;
+    } catch (const std::exception&) {
+        return 2;
+    }
+}
+
+void makeReadOnly(const std::filesystem::path& folder, std::filesystem::perms files) {
+    using std::filesystem::perms;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        std::filesystem::permissions(entry.path(), files);
+    std::filesystem::permissions(folder, perms::owner_read | perms::owner_exec | perms::group_read | perms::group_exec |
+                                             perms::others_read | perms::others_exec);
+}
+
+TEST(PhotosPackageLibraryOpening, readsALibraryInAReadOnlyFolder) {
+    using std::filesystem::perms;
+    const perms readable = perms::owner_read | perms::group_read | perms::others_read;
+    test::TempDir folder;
+    // Without -shm, SQLite cannot use the write-ahead log in place in a folder it cannot write to.
+    const std::filesystem::path withLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "log");
+    std::filesystem::remove(withLog / "database" / "Photos.sqlite-shm");
+    makeReadOnly(withLog / "database", readable);
+    const std::filesystem::path withoutLog = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "none");
+    std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-shm");
+    std::filesystem::remove(withoutLog / "database" / "Photos.sqlite-wal");
+    makeReadOnly(withoutLog / "database", readable);
+    const std::filesystem::path unreadableLog =
+        test::copyLibraryDatabase("Test-26.1.photoslibrary", folder / "unreadable");
+    std::filesystem::remove(unreadableLog / "database" / "Photos.sqlite-shm");
+    makeReadOnly(unreadableLog / "database", readable);
+    std::filesystem::permissions(unreadableLog / "database" / "Photos.sqlite-wal", perms::none);
+
+    const std::vector<std::pair<std::filesystem::path, Expected>> cases{
+        {withLog, {"410", PackageDatabase::Access::privateLogIndex}},
+        {withoutLog, {"405", PackageDatabase::Access::immutable}},
+        {unreadableLog, {"405", PackageDatabase::Access::immutable, true}},
+    };
+    if (::geteuid() != 0) {
+        for (const auto& [package, expected] : cases)
+            EXPECT_EQ(openAndCheck(package, expected), 0) << package;
+        return;
+    }
+    // Permissions do not bind the superuser: check as an ordinary user, in a child process.
+    std::filesystem::permissions(folder.path(), perms::others_exec, std::filesystem::perm_options::add);
+    for (const char* name : {"log", "none", "unreadable"})
+        std::filesystem::permissions(folder / name, perms::others_exec, std::filesystem::perm_options::add);
+    GTEST_FLAG_SET(death_test_style, "fast");
+    for (const auto& [package, expected] : cases) {
+        EXPECT_EXIT(
+            {
+                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+                    std::_Exit(3);
+                std::exit(openAndCheck(package, expected));
+            },
+            testing::ExitedWithCode(0), "")
+            << package;
+    }
+}
+
+TEST(PhotosPackageLibraryOpening, refusesAFolderWithoutAPhotosDatabase) {
+    test::TempDir folder;
+    EXPECT_THROW(PhotosPackageLibrary library(folder.path()), LibraryError);
+    test::writeFile(folder / "database" / "Photos.sqlite", "not a database");
+    EXPECT_THROW(PhotosPackageLibrary library(folder.path()), LibraryError);
+}
+
+} // namespace
+} // namespace lorekeep

@@ -21,8 +21,24 @@ struct VerifyOptions {
     bool json = false;
 };
 
+struct LibraryOptions {
+    /// Empty: the user's system library.
+    std::filesystem::path library;
+    bool json = false;
+};
+
+/// How many of the newest assets `sample` looks at, at most.
+inline constexpr std::int64_t sampleScanDepth = 5000;
+
+/// The library a command works on.
+std::filesystem::path libraryPath(const LibraryOptions& options);
+
 /// Each command returns its ExitCode.
 int runStatus(const DestinationOptions& options);
+int runAlbums(const LibraryOptions& options);
+int runProbe(const LibraryOptions& options);
+int runCounts(const LibraryOptions& options);
+int runSample(const LibraryOptions& options, std::int64_t count);
 int runVerify(const VerifyOptions& options, Console& console, const Interrupt& interrupt);
 
 } // namespace lorekeep::cli

@@ -37,6 +37,36 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(0.0, 1.0));
     verifyCommand->add_flag("--json", verify.json, "Print the result as JSON on standard output");
 
+    const auto addLibraryOptions = [](CLI::App* command, LibraryOptions& options, bool json) {
+        command->add_option("--library", options.library,
+                            "The .photoslibrary package (default: the system library of this user)");
+        if (json)
+            command->add_flag("--json", options.json, "Print the result as JSON on standard output");
+    };
+    LibraryOptions albums;
+    CLI::App* albumsCommand = app.add_subcommand("albums", "List the library's own albums with their folder paths");
+    addLibraryOptions(albumsCommand, albums, true);
+
+    LibraryOptions probe;
+    CLI::App* probeCommand =
+        app.add_subcommand("probe", "Show what the Photos database says about the Shared Library (as JSON)");
+    addLibraryOptions(probeCommand, probe, false);
+
+    LibraryOptions sample;
+    std::int64_t sampleCount = 10;
+    CLI::App* sampleCommand =
+        app.add_subcommand("sample", "Show a varied sample of recent assets: plain, Live Photo, RAW+JPEG, edited, "
+                                     "video");
+    addLibraryOptions(sampleCommand, sample, true);
+    sampleCommand->add_option("--count", sampleCount, "How many assets")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
+
+    LibraryOptions counts;
+    CLI::App* countsCommand =
+        app.add_subcommand("counts", "Count the assets in the personal library, hidden, and in shared albums");
+    addLibraryOptions(countsCommand, counts, true);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) {
@@ -50,6 +80,14 @@ int main(int argc, char** argv) {
     Interrupt interrupt;
     if (statusCommand->parsed())
         return runStatus(status);
+    if (albumsCommand->parsed())
+        return runAlbums(albums);
+    if (probeCommand->parsed())
+        return runProbe(probe);
+    if (sampleCommand->parsed())
+        return runSample(sample, sampleCount);
+    if (countsCommand->parsed())
+        return runCounts(counts);
     if (verifyCommand->parsed())
         return runVerify(verify, console, interrupt);
     return usageError;

@@ -1,0 +1,182 @@
+#include "generator/SampleLibrary.h"
+#include "generator/SampleCatalog.h"
+
+#include "base/FileHash.h"
+#include "export/AssetExporter.h"
+#include "library/package/PhotosPackageLibrary.h"
+#include "support/ExifTool.h"
+#include "support/TempDir.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace lorekeep {
+namespace {
+
+namespace fs = std::filesystem;
+using sample::SampleCatalog;
+using sample::SampleKind;
+using ::testing::ElementsAre;
+using ::testing::Pair;
+
+std::string assetId(const std::string& uuid) {
+    return uuid + "/L0/001";
+}
+
+/// Every file of a library package, relative to it, with its SHA-256; SQLite's own files of an open database left
+/// out.
+std::map<std::string, std::string> tree(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const std::string name = entry.path().filename().string();
+        if (entry.is_regular_file() && !name.ends_with("-shm") && !name.ends_with("-wal"))
+            files[fs::relative(entry.path(), folder).generic_string()] = FileHash::sha256(entry.path()).sha256;
+    }
+    return files;
+}
+
+/// One sample library, written once for the suite, as a user of the library reader sees it.
+class SampleLibraryTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_folder = new test::TempDir();
+        sample::SampleLibrary(SampleCatalog::standard()).write(package());
+    }
+    static void TearDownTestSuite() {
+        delete s_folder;
+        s_folder = nullptr;
+    }
+    static fs::path package() { return s_folder->path() / "Sample.photoslibrary"; }
+
+    std::map<std::string, Asset> assetsByUuid() {
+        std::map<std::string, Asset> result;
+        const AssetList list = m_library.fetchAssets(FetchOptions{.newestFirst = true});
+        for (std::size_t index = 0; index < list.count(); ++index) {
+            Asset asset = list.at(index);
+            result[asset.localIdentifier.substr(0, 36)] = asset;
+        }
+        return result;
+    }
+
+    static test::TempDir* s_folder;
+    const SampleCatalog m_catalog = SampleCatalog::standard();
+    PhotosPackageLibrary m_library{package()};
+};
+
+test::TempDir* SampleLibraryTest::s_folder = nullptr;
+
+TEST_F(SampleLibraryTest, readsBackAsTheAssetsItDescribes) {
+    const std::map<std::string, Asset> assets = assetsByUuid();
+    ASSERT_EQ(assets.size(), m_catalog.assets.size());
+    for (const sample::SampleAsset& expected : m_catalog.assets) {
+        SCOPED_TRACE(expected.title);
+        const Asset& asset = assets.at(expected.uuid);
+        EXPECT_EQ(asset.creationDate, Date::fromReferenceSeconds(expected.taken.referenceSeconds()));
+        EXPECT_EQ(asset.mediaType, expected.kind == SampleKind::video ? MediaType::video : MediaType::image);
+        EXPECT_EQ(asset.mediaSubtypes, expected.kind == SampleKind::livePhoto ? MediaSubtype::photoLive : 0u);
+        EXPECT_EQ(asset.favorite, expected.favorite);
+        EXPECT_EQ(asset.location.has_value(), expected.place.has_value());
+        EXPECT_FALSE(asset.hidden);
+    }
+    const Asset& lighthouse = assets.at(m_catalog.assets[1].uuid);
+    EXPECT_EQ(lighthouse.location, (Location{48.329861, -4.771889, 28.5}));
+    // Capture times in UTC: 07:42:10 in Paris in summer.
+    EXPECT_EQ(assets.at(m_catalog.assets[0].uuid).creationDate->iso8601(), "2024-05-18T05:42:10Z");
+
+    // The kinds of files the sample is there to show, named as the camera named them.
+    const std::map<std::string, std::vector<std::pair<ResourceType, std::string>>> expectedResources{
+        {"HARBOUR", {{ResourceType::photo, "IMG_0101.JPG"}}},
+        {"DUNES", {{ResourceType::photo, "IMG_0103.JPG"}, {ResourceType::pairedVideo, "IMG_0103.MOV"}}},
+        {"CLIFFS", {{ResourceType::photo, "IMG_0104.JPG"}, {ResourceType::alternatePhoto, "IMG_0104.DNG"}}},
+        {"VILLAGE",
+         {{ResourceType::photo, "IMG_0106.JPG"},
+          {ResourceType::fullSizePhoto, "FullSizeRender.jpeg"},
+          {ResourceType::adjustmentData, "Adjustments.plist"}}},
+        {"RIVER", {{ResourceType::video, "IMG_0107.MOV"}}},
+    };
+    for (const sample::SampleAsset& expected : m_catalog.assets) {
+        const auto wanted = expectedResources.find(expected.title);
+        if (wanted == expectedResources.end())
+            continue;
+        std::vector<std::pair<ResourceType, std::string>> found;
+        for (const AssetResource& resource : m_library.resources(assets.at(expected.uuid)))
+            found.emplace_back(resource.type, resource.originalFilename);
+        EXPECT_EQ(found, wanted->second) << expected.title;
+    }
+}
+
+TEST_F(SampleLibraryTest, holdsAnAlbumAndAFolderOfAlbums) {
+    const std::vector<Collection> top = m_library.topLevelCollections();
+    ASSERT_EQ(top.size(), 2u);
+    EXPECT_EQ(top[0].kind, CollectionKind::album);
+    EXPECT_EQ(top[0].title, "Best of 2024");
+    EXPECT_EQ(top[0].estimatedCount, 3);
+    EXPECT_EQ(top[1].kind, CollectionKind::folder);
+    EXPECT_EQ(top[1].title, "Trips");
+
+    std::vector<std::pair<std::string, std::int64_t>> albums;
+    for (const Collection& album : m_library.childCollections(top[1].localIdentifier))
+        albums.emplace_back(album.title.value_or(""), album.estimatedCount.value_or(-1));
+    EXPECT_THAT(albums, ElementsAre(Pair("Brittany", 4), Pair("Cotswolds", 3)));
+
+    const Collection brittany = m_library.childCollections(top[1].localIdentifier).at(0);
+    const AssetList inAlbum = m_library.fetchAssetsInAlbum(brittany.localIdentifier, FetchOptions{});
+    std::vector<std::string> order;
+    for (std::size_t index = 0; index < inAlbum.count(); ++index)
+        order.push_back(inAlbum.at(index).localIdentifier);
+    const auto& a = m_catalog.assets;
+    EXPECT_THAT(order, ElementsAre(assetId(a[0].uuid), assetId(a[1].uuid), assetId(a[2].uuid), assetId(a[3].uuid)));
+}
+
+TEST_F(SampleLibraryTest, everyFileBacksUpAsAnImageOrMovieThatExiftoolReads) {
+    test::ScopedTimeZone zone("Europe/Zurich");
+    const test::TempDir destination;
+    const AssetExporter exporter(destination.path(), m_library);
+    // What exiftool makes of each planned file: its type and its pixel size.
+    const std::map<std::string, std::pair<std::string, std::string>> expected{
+        {"IMG_0101.JPG", {"image/jpeg", "240 160"}},        {"IMG_0103.MOV", {"video/quicktime", "120 80"}},
+        {"IMG_0104.DNG", {"image/x-adobe-dng", "240 160"}}, {"FullSizeRender.jpeg", {"image/jpeg", "180 120"}},
+        {"IMG_0107.MOV", {"video/quicktime", "160 90"}},
+    };
+    int files = 0;
+    for (const auto& [uuid, asset] : assetsByUuid()) {
+        const std::vector<AssetResource> resources = m_library.resources(asset);
+        const AssetMeta meta = AssetMeta::make(m_library, asset, resources);
+        for (const PlannedFile& file : FilePlan::plan(asset, resources).files) {
+            SCOPED_TRACE(file.resource.originalFilename);
+            const ExportResult result = exporter.exportFile(file, meta);
+            ASSERT_TRUE(result.succeeded()) << *result.error;
+            ++files;
+            const rapidjson::Document tags = test::ExifTool::tags(destination / file.relativePath);
+            const auto wanted = expected.find(file.resource.originalFilename);
+            if (wanted != expected.end()) {
+                EXPECT_EQ(test::ExifTool::text(tags, "File:MIMEType"), wanted->second.first);
+                EXPECT_EQ(test::ExifTool::text(tags, "Composite:ImageSize"), wanted->second.second);
+            } else {
+                EXPECT_EQ(test::ExifTool::text(tags, "File:MIMEType"), "image/jpeg");
+            }
+            if (test::ExifTool::text(tags, "File:MIMEType") == "image/jpeg") {
+                EXPECT_EQ(result.metadata, MetadataMode::embedded) << "Exiv2 writes into the sample's JPEGs";
+            }
+        }
+    }
+    EXPECT_EQ(files, 11) << "8 originals, a Live Photo video, a RAW partner, an edit";
+}
+
+TEST_F(SampleLibraryTest, everyRunWritesTheSameLibraryWithTheSameChangeToken) {
+    const test::TempDir again;
+    sample::SampleLibrary(SampleCatalog::standard()).write(again / "Sample.photoslibrary");
+    EXPECT_EQ(tree(again / "Sample.photoslibrary"), tree(package()));
+
+    PhotosPackageLibrary second(again / "Sample.photoslibrary");
+    const ChangeToken token = m_library.currentChangeToken();
+    EXPECT_EQ(second.currentChangeToken(), token) << "a regenerated sample is no change to back up";
+    EXPECT_TRUE(second.persistentChanges(token).empty());
+    EXPECT_THROW(sample::SampleLibrary(SampleCatalog::standard()).write(package()), std::runtime_error)
+        << "an existing folder is never written over";
+}
+
+} // namespace
+} // namespace lorekeep

@@ -1,5 +1,6 @@
 #include "PhotosDatabaseWriter.h"
 
+#include "CameraFiles.h"
 #include "PhotosSchema.h"
 #include "PropertyListWriter.h"
 
@@ -284,8 +285,8 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
             {"ZFPS", record.kind == 1 ? SqlValue(record.framesPerSecond) : SqlValue(nullptr)},
             {"ZLATITUDE", asset.place ? SqlValue(asset.place->latitude) : SqlValue(nullptr)},
             {"ZLONGITUDE", asset.place ? SqlValue(asset.place->longitude) : SqlValue(nullptr)},
-            {"ZCAMERAMAKE", "Lorekeep"},
-            {"ZCAMERAMODEL", "Sample Camera"},
+            {"ZCAMERAMAKE", CameraFiles::make},
+            {"ZCAMERAMODEL", CameraFiles::model},
             {"ZCODEC", record.kind == 1 ? SqlValue("jpeg") : SqlValue(nullptr)},
             {"ZTIMEZONEOFFSET", offsetSeconds},
             {"ZTIMEZONENAME", asset.taken.zoneName},

@@ -68,10 +68,6 @@ void QuickTimeMovie::addFrame(std::string jpeg) {
     m_frames.push_back(std::move(jpeg));
 }
 
-double QuickTimeMovie::durationSeconds() const {
-    return static_cast<double>(m_frames.size()) / m_framesPerSecond;
-}
-
 std::string QuickTimeMovie::build() const {
     std::string fileType;
     fileType += "qt  ";

@@ -21,7 +21,6 @@ public:
     void setLocation(const Place& place) { m_place = place; }
     void setContentIdentifier(std::string identifier) { m_contentIdentifier = std::move(identifier); }
 
-    [[nodiscard]] double durationSeconds() const;
     /// The file: "ftyp", "moov", then the frames in "mdat".
     [[nodiscard]] std::string build() const;
 

@@ -60,16 +60,6 @@ std::string LocalTime::quickTimeText() const {
     return text;
 }
 
-LocalTime LocalTime::plusSeconds(int seconds) const {
-    LocalTime result = *this;
-    const long long total = ((hour * 60LL + minute) * 60 + second) + seconds;
-    // Enough for the sample's small steps: the day does not change.
-    result.hour = static_cast<int>(total / 3600);
-    result.minute = static_cast<int>(total / 60 % 60);
-    result.second = static_cast<int>(total % 60);
-    return result;
-}
-
 SampleCatalog SampleCatalog::standard() {
     SampleCatalog catalog;
     catalog.storeUuid = "6E6753ED-63AE-4513-AF38-4E265AA813E1";

@@ -30,8 +30,6 @@ struct LocalTime {
     [[nodiscard]] std::string offsetText() const;
     /// "2024-05-18T07:42:10+0200", the QuickTime creation date's form.
     [[nodiscard]] std::string quickTimeText() const;
-    /// The same wall-clock time `seconds` later.
-    [[nodiscard]] LocalTime plusSeconds(int seconds) const;
 };
 
 struct Place {

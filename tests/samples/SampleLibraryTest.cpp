@@ -2,7 +2,9 @@
 #include "generator/SampleCatalog.h"
 
 #include "base/FileHash.h"
+#include "base/PropertyList.h"
 #include "export/AssetExporter.h"
+#include "library/PhotosDatabase.h"
 #include "library/package/PhotosPackageLibrary.h"
 #include "support/ExifTool.h"
 #include "support/TempDir.h"
@@ -163,6 +165,36 @@ TEST_F(SampleLibraryTest, everyFileBacksUpAsAnImageOrMovieThatExiftoolReads) {
         }
     }
     EXPECT_EQ(files, 11) << "8 originals, a Live Photo video, a RAW partner, an edit";
+}
+
+TEST_F(SampleLibraryTest, historyRecordsEveryObjectInATransactionOfItsOwn) {
+    const std::string store = "photoslibrary-history:1:" + m_catalog.storeUuid + ":";
+    // Two root folders, eight assets, a top-level album, a folder and its two albums.
+    EXPECT_EQ(m_library.currentChangeToken().archive, store + "14");
+
+    std::vector<std::string> created;
+    for (const PersistentChange& change : m_library.persistentChanges(ChangeToken{store + "0"})) {
+        std::vector<std::string> inserted = change.assets.inserted;
+        inserted.insert(inserted.end(), change.albums.inserted.begin(), change.albums.inserted.end());
+        inserted.insert(inserted.end(), change.folders.inserted.begin(), change.folders.inserted.end());
+        ASSERT_EQ(inserted.size(), 1u) << "one object per transaction";
+        EXPECT_TRUE(change.assets.updated.empty() && change.albums.updated.empty());
+        created.push_back(inserted[0].substr(0, 8) + inserted[0].substr(36));
+    }
+    EXPECT_THAT(created, ElementsAre("4CC657C8/L0/001", "686DEBCC/L0/001", "E9F4D5DD/L0/001", "8B40C759/L0/001",
+                                     "B9443331/L0/001", "C17F274D/L0/001", "E714BA71/L0/001", "D216DA7E/L0/001",
+                                     "D5D4B980/L0/040", "1227FEB3/L0/020", "040BDE5F/L0/040", "2E7D04F6/L0/040"));
+
+    // The store's identity and its Core Data metadata, a binary property list.
+    const auto metadata = PhotosDatabase::rows(package(), "SELECT Z_UUID, hex(Z_PLIST) FROM Z_METADATA");
+    ASSERT_EQ(metadata.size(), 1u);
+    EXPECT_EQ(metadata[0][0], m_catalog.storeUuid);
+    std::string plist;
+    for (std::size_t index = 0; index + 1 < metadata[0][1].size(); index += 2)
+        plist.push_back(static_cast<char>(std::stoi(metadata[0][1].substr(index, 2), nullptr, 16)));
+    const std::optional<PropertyList> parsed = PropertyList::parse(plist);
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->string("NSStoreType"), "SQLite");
 }
 
 TEST_F(SampleLibraryTest, everyRunWritesTheSameLibraryWithTheSameChangeToken) {

@@ -28,16 +28,17 @@ constexpr std::array<int, 64> chrominanceQuantisation{17, 18, 24, 47, 99, 99, 99
                                                       99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99,
                                                       99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99, 99};
 
-struct HuffmanSpec {
+struct HuffmanTable {
     std::array<std::uint8_t, 16> counts; // codes of each length 1..16
     std::vector<std::uint8_t> symbols;
 };
 
 // The typical Huffman tables of the JPEG standard (Annex K.3).
-const HuffmanSpec dcLuminance{{0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0}, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
-const HuffmanSpec dcChrominance{{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0},
-                                {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
-const HuffmanSpec acLuminance{
+const HuffmanTable dcLuminance{{0, 1, 5, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0},
+                               {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
+const HuffmanTable dcChrominance{{0, 3, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0},
+                                 {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}};
+const HuffmanTable acLuminance{
     {0, 2, 1, 3, 3, 2, 4, 3, 5, 5, 4, 4, 0, 0, 1, 0x7d},
     {0x01, 0x02, 0x03, 0x00, 0x04, 0x11, 0x05, 0x12, 0x21, 0x31, 0x41, 0x06, 0x13, 0x51, 0x61, 0x07, 0x22, 0x71,
      0x14, 0x32, 0x81, 0x91, 0xa1, 0x08, 0x23, 0x42, 0xb1, 0xc1, 0x15, 0x52, 0xd1, 0xf0, 0x24, 0x33, 0x62, 0x72,
@@ -48,7 +49,7 @@ const HuffmanSpec acLuminance{
      0xa4, 0xa5, 0xa6, 0xa7, 0xa8, 0xa9, 0xaa, 0xb2, 0xb3, 0xb4, 0xb5, 0xb6, 0xb7, 0xb8, 0xb9, 0xba, 0xc2, 0xc3,
      0xc4, 0xc5, 0xc6, 0xc7, 0xc8, 0xc9, 0xca, 0xd2, 0xd3, 0xd4, 0xd5, 0xd6, 0xd7, 0xd8, 0xd9, 0xda, 0xe1, 0xe2,
      0xe3, 0xe4, 0xe5, 0xe6, 0xe7, 0xe8, 0xe9, 0xea, 0xf1, 0xf2, 0xf3, 0xf4, 0xf5, 0xf6, 0xf7, 0xf8, 0xf9, 0xfa}};
-const HuffmanSpec acChrominance{
+const HuffmanTable acChrominance{
     {0, 2, 1, 2, 4, 4, 3, 4, 7, 5, 4, 4, 0, 1, 2, 0x77},
     {0x00, 0x01, 0x02, 0x03, 0x11, 0x04, 0x05, 0x21, 0x31, 0x06, 0x12, 0x41, 0x51, 0x07, 0x61, 0x71, 0x13, 0x22,
      0x32, 0x81, 0x08, 0x14, 0x42, 0x91, 0xa1, 0xb1, 0xc1, 0x09, 0x23, 0x33, 0x52, 0xf0, 0x15, 0x62, 0x72, 0xd1,
@@ -66,13 +67,13 @@ struct Code {
 };
 
 /// Canonical codes of a table, by symbol (JPEG Annex C).
-std::array<Code, 256> codesOf(const HuffmanSpec& spec) {
+std::array<Code, 256> codesOf(const HuffmanTable& table) {
     std::array<Code, 256> codes{};
     std::uint16_t code = 0;
     std::size_t symbol = 0;
     for (int length = 1; length <= 16; ++length) {
-        for (int index = 0; index < spec.counts[length - 1]; ++index)
-            codes[spec.symbols[symbol++]] = {code++, length};
+        for (int index = 0; index < table.counts[length - 1]; ++index)
+            codes[table.symbols[symbol++]] = {code++, length};
         code = static_cast<std::uint16_t>(code << 1);
     }
     return codes;
@@ -135,7 +136,7 @@ std::pair<int, std::uint32_t> magnitude(int value) {
 
 class Component {
 public:
-    Component(const std::array<int, 64>& quantisation, const HuffmanSpec& dc, const HuffmanSpec& ac)
+    Component(const std::array<int, 64>& quantisation, const HuffmanTable& dc, const HuffmanTable& ac)
         : m_quantisation(quantisation), m_dc(codesOf(dc)), m_ac(codesOf(ac)) {}
 
     void encode(const Block& samples, BitWriter& writer) {
@@ -219,11 +220,11 @@ std::string quantisationPayload(int id, const std::array<int, 64>& table) {
     return payload;
 }
 
-std::string huffmanPayload(int tableClass, int id, const HuffmanSpec& spec) {
+std::string huffmanPayload(int tableClass, int id, const HuffmanTable& table) {
     std::string payload(1, static_cast<char>((tableClass << 4) | id));
-    for (const std::uint8_t count : spec.counts)
+    for (const std::uint8_t count : table.counts)
         payload.push_back(static_cast<char>(count));
-    for (const std::uint8_t symbol : spec.symbols)
+    for (const std::uint8_t symbol : table.symbols)
         payload.push_back(static_cast<char>(symbol));
     return payload;
 }

@@ -261,8 +261,9 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
            {{"Z_PK", attributes},
             {"Z_ENT", PhotosSchema::entity("AdditionalAssetAttributes")},
             {"Z_OPT", 1},
-            {"ZDATECREATEDSOURCE", 1}, // from the file's metadata
-            {"ZIMPORTEDBY", 5},        // imported from files
+            // The values of files imported into a library by Photos.
+            {"ZDATECREATEDSOURCE", 1},
+            {"ZIMPORTEDBY", 5},
             {"ZINFERREDTIMEZONEOFFSET", offsetSeconds},
             {"ZORIGINALFILESIZE", record.originalBytes},
             {"ZORIGINALHEIGHT", record.originalHeight},

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "library/BackupScope.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace lorekeep::cli {
@@ -27,6 +30,15 @@ struct LibraryOptions {
     bool json = false;
 };
 
+struct BackupOptions {
+    LibraryOptions library;
+    std::filesystem::path destination;
+    BackupScope scope;
+};
+
+/// A day "YYYY-MM-DD" as the instant of its local midnight; nothing for text that is not such a day.
+std::optional<Date> parseDay(const std::string& text);
+
 /// How many of the newest assets `sample` looks at, at most.
 inline constexpr std::int64_t sampleScanDepth = 5000;
 
@@ -39,6 +51,7 @@ int runAlbums(const LibraryOptions& options);
 int runProbe(const LibraryOptions& options);
 int runCounts(const LibraryOptions& options);
 int runSample(const LibraryOptions& options, std::int64_t count);
+int runBackup(const BackupOptions& options, Console& console, const Interrupt& interrupt);
 int runVerify(const VerifyOptions& options, Console& console, const Interrupt& interrupt);
 
 } // namespace lorekeep::cli

@@ -17,6 +17,8 @@ std::int64_t nowMs() {
 Console::Console() : m_terminal(::isatty(STDERR_FILENO) == 1) {}
 
 void Console::progress(std::string_view label, std::int64_t done, std::int64_t total) {
+    if (total <= 0)
+        return;
     const int percent = total > 0 ? static_cast<int>(100 * done / total) : 0;
     const std::int64_t now = nowMs();
     const bool finished = total > 0 && done == total;

@@ -12,6 +12,8 @@ enum ExitCode : int {
     usageError = 2,
     /// A precondition failed: the destination is missing or not writable, the library cannot be read.
     preconditionFailed = 3,
+    /// Stopped by Ctrl-C; what was done is saved.
+    interrupted = 130,
 };
 
 } // namespace lorekeep::cli

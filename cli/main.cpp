@@ -13,10 +13,31 @@ int main(int argc, char** argv) {
 
     CLI::App app{"Lorekeep backs up a Photos library to folders you choose and keeps them verified.\n"
                  "Exit codes: 0 clean, 1 finished with failed items or problems, 2 usage error,\n"
-                 "3 a precondition failed (destination missing or not writable, library unreadable).",
+                 "3 a precondition failed (destination missing or not writable, library unreadable),\n"
+                 "130 stopped by Ctrl-C (what was done is saved).",
                  "lorekeep"};
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Show the help of every command");
+
+    BackupOptions backup;
+    std::vector<std::string> backupAlbums;
+    bool photosOnly = false, videosOnly = false;
+    std::string since;
+    CLI::App* backupCommand = app.add_subcommand(
+        "backup", "Back up a Photos library into a destination folder: new and changed items are copied, items "
+                  "that left the library or the scope are moved into _deleted");
+    backupCommand->add_option("--library", backup.library.library,
+                              "The .photoslibrary package (default: the system library of this user)");
+    backupCommand->add_option("--to", backup.destination, "The destination folder (it must exist)")->required();
+    backupCommand->add_option("--albums", backupAlbums, "Back up only these albums (ids as `lorekeep albums` lists)")
+        ->delimiter(',');
+    CLI::Option* photosFlag = backupCommand->add_flag("--photos-only", photosOnly, "Leave videos out");
+    backupCommand->add_flag("--videos-only", videosOnly, "Leave photos out")->excludes(photosFlag);
+    backupCommand->add_option("--since", since, "Only items taken on or after this day (YYYY-MM-DD, local time)")
+        ->check([](const std::string& text) { return parseDay(text) ? std::string() : "expected YYYY-MM-DD"; });
+    backupCommand->add_flag("--include-shared-library", backup.scope.includeSharedLibrary,
+                            "Also back up the items of the iCloud Shared Library");
+    backupCommand->add_flag("--json", backup.library.json, "Print the run's summary as JSON on standard output");
 
     DestinationOptions status;
     CLI::App* statusCommand = app.add_subcommand("status", "Show what a destination holds: assets, files, bytes, "
@@ -80,6 +101,15 @@ int main(int argc, char** argv) {
     Interrupt interrupt;
     if (statusCommand->parsed())
         return runStatus(status);
+    if (backupCommand->parsed()) {
+        if (!backupAlbums.empty())
+            backup.scope.albumIDs = backupAlbums;
+        backup.scope.includePhotos = !videosOnly;
+        backup.scope.includeVideos = !photosOnly;
+        if (!since.empty())
+            backup.scope.startDate = parseDay(since);
+        return runBackup(backup, console, interrupt);
+    }
     if (albumsCommand->parsed())
         return runAlbums(albums);
     if (probeCommand->parsed())

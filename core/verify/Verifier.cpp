@@ -37,8 +37,12 @@ void VerifyResult::encode(JsonWriter& writer) const {
 }
 
 std::int64_t Verifier::sampleSize(std::int64_t files, std::int64_t minimumSample, double sampleFraction) {
-    const auto fraction = static_cast<std::int64_t>(std::floor(sampleFraction * static_cast<double>(files)));
-    return std::min(std::max(minimumSample, fraction), files);
+    // Compared as doubles first: a fraction that is negative, too large or not a number must not reach the
+    // conversion to an integer.
+    const double wanted = std::floor(sampleFraction * static_cast<double>(files));
+    const std::int64_t fraction =
+        wanted > 0 ? static_cast<std::int64_t>(std::min(wanted, static_cast<double>(files))) : 0;
+    return std::clamp(std::max(minimumSample, fraction), std::int64_t{0}, std::max(files, std::int64_t{0}));
 }
 
 VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t minimumSample, double sampleFraction,
@@ -89,7 +93,9 @@ VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t mi
         report(n);
 
     std::int64_t hashed = 0;
-    for (const Entry& entry : result.cancelled ? std::vector<Entry>{} : sample) {
+    for (const Entry& entry : sample) {
+        if (result.cancelled)
+            break;
         if (stop.stop_requested()) {
             result.cancelled = true;
             break;

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace lorekeep {
 namespace {
 
@@ -42,6 +44,9 @@ TEST(Verifier, sampleSizeTakesTheLargerOfMinimumAndFractionCappedAtAll) {
     EXPECT_EQ(Verifier::sampleSize(2'600, 50, 0.02), 52);
     EXPECT_EQ(Verifier::sampleSize(2'549, 50, 0.02), 50);
     EXPECT_EQ(Verifier::sampleSize(0, 50, 0.02), 0);
+    EXPECT_EQ(Verifier::sampleSize(100, 50, std::nan("")), 50);
+    EXPECT_EQ(Verifier::sampleSize(100, -5, -0.5), 0);
+    EXPECT_EQ(Verifier::sampleSize(100, 50, 1e300), 100);
 }
 
 TEST(Verifier, cleanDestinationKeepsTokenAndRecordsTheTime) {

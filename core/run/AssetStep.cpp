@@ -1,0 +1,94 @@
+#include "run/AssetStep.h"
+
+#include "base/SafePath.h"
+#include "export/AssetMeta.h"
+#include "library/FilePlan.h"
+#include "run/Trash.h"
+
+#include <cmath>
+
+namespace lorekeep {
+namespace {
+
+bool isEdit(FileRole role) {
+    return role == FileRole::edited || role == FileRole::editedLiveVideo;
+}
+
+void append(std::vector<std::string>& lines, std::vector<std::string> more) {
+    lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+} // namespace
+
+AssetStep::AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now)
+    : m_library(library), m_root(std::move(root)), m_exporter(m_root, library), m_now(std::move(now)) {}
+
+bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
+    if (!entry.modificationDate || !asset.modificationDate)
+        return !entry.modificationDate && !asset.modificationDate;
+    return std::abs(entry.modificationDate->referenceSeconds() - asset.modificationDate->referenceSeconds()) <
+           dateTolerance;
+}
+
+bool AssetStep::filesPresent(const IndexedAsset& entry) const {
+    for (const IndexedFile& file : entry.files) {
+        const auto path = SafePath::resolve(m_root, file.relativePath);
+        std::error_code error;
+        if (!path || !std::filesystem::exists(*path, error))
+            return false;
+    }
+    return true;
+}
+
+AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan) const {
+    const IndexedAsset* entry = state.index.find(asset.localIdentifier);
+    if (entry && isUnchanged(*entry, asset) && (!fullRescan || filesPresent(*entry))) {
+        state.progress.skipped += 1;
+        return Outcome::skipped;
+    }
+    const Outcome outcome = copy(asset, state);
+    if (outcome == Outcome::copied)
+        state.progress.copied += 1;
+    else
+        state.progress.failed += 1;
+    return outcome;
+}
+
+AssetStep::Outcome AssetStep::copy(const Asset& asset, RunState& state) const {
+    std::vector<AssetResource> resources;
+    try {
+        resources = m_library.resources(asset);
+    } catch (const std::exception& error) {
+        state.errors.push_back(asset.localIdentifier + ": " + error.what());
+        return Outcome::failed;
+    }
+    const FilePlan::Plan plan = FilePlan::plan(asset, resources);
+    const AssetMeta meta = AssetMeta::make(m_library, asset, resources);
+
+    IndexedAsset next{.modificationDate = asset.modificationDate};
+    for (const PlannedFile& file : plan.files) {
+        const ExportResult result = m_exporter.exportFile(file, meta);
+        if (result.sha256 && !result.error) {
+            next.files.push_back({.role = result.role,
+                                  .relativePath = result.relativePath,
+                                  .sha256 = *result.sha256,
+                                  .bytes = result.bytes.value_or(0),
+                                  .xmpPath = result.xmpPath});
+        } else if (isEdit(file.role)) {
+            // An edit that cannot be had is not worth losing the asset over: the original is what matters.
+            state.warnings.push_back(file.relativePath + ": edit not exported, original kept. " +
+                                     result.error.value_or(""));
+        } else {
+            // The old entry stays as it is, so the next run tries the asset again.
+            state.errors.push_back(file.relativePath + ": " + result.error.value_or("unknown error"));
+            return Outcome::failed;
+        }
+    }
+
+    if (const IndexedAsset* old = state.index.find(asset.localIdentifier))
+        append(state.warnings, Trash::move(old->files, next.files, m_root, m_now()));
+    state.record(asset.localIdentifier, std::move(next));
+    return Outcome::copied;
+}
+
+} // namespace lorekeep

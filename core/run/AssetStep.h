@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/Date.h"
+#include "export/AssetExporter.h"
+#include "index/BackupIndex.h"
+#include "library/PhotoLibrary.h"
+#include "run/RunState.h"
+
+#include <filesystem>
+#include <functional>
+
+namespace lorekeep {
+
+/// Backs up one asset of a run's work list into the destination: the skip test against the index, the file plan,
+/// the export of each file, the new index entry and the move of files the asset no longer has into "_deleted".
+class AssetStep {
+public:
+    enum class Outcome { skipped, copied, failed };
+
+    /// Modification dates closer than this count as the same.
+    static constexpr double dateTolerance = 0.001;
+
+    /// `now` gives the day that files moved into "_deleted" are filed under.
+    AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now);
+
+    /// Handles the asset and counts it in the state's skipped, copied or failed total. On a full rescan an asset
+    /// counts as unchanged only when all of its indexed files are still on the destination; an incremental run
+    /// trusts the index and does not touch the destination for it.
+    Outcome handle(const Asset& asset, RunState& state, bool fullRescan) const;
+
+    /// Whether the entry holds the asset as it is now: both modification dates absent, or both present and less
+    /// than dateTolerance apart.
+    [[nodiscard]] static bool isUnchanged(const IndexedAsset& entry, const Asset& asset);
+
+private:
+    bool filesPresent(const IndexedAsset& entry) const;
+    Outcome copy(const Asset& asset, RunState& state) const;
+
+    PhotoLibrary& m_library;
+    std::filesystem::path m_root;
+    AssetExporter m_exporter;
+    std::function<Date()> m_now;
+};
+
+} // namespace lorekeep

@@ -1,0 +1,282 @@
+#include "run/BackupRunner.h"
+
+#include "albums/AlbumLinker.h"
+#include "library/ScopeQuery.h"
+#include "run/AssetStep.h"
+#include "run/ChangeTracker.h"
+#include "run/Layout.h"
+#include "run/Preflight.h"
+#include "run/RunState.h"
+#include "run/Trash.h"
+
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace lorekeep {
+namespace {
+
+using IdentifierSet = std::set<std::string, std::less<>>;
+
+void append(std::vector<std::string>& lines, std::vector<std::string> more) {
+    lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+/// A missing or damaged index is no reason to stop: the run starts over from an empty one and exports everything
+/// again, which rewrites files in place.
+BackupIndex loadOrEmpty(const std::filesystem::path& root) {
+    try {
+        return BackupIndex::load(root);
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+bool isThere(const std::filesystem::path& path) {
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::symlink_status(path, error));
+}
+
+/// One run of the runner: the state of the steps between preflight and summary.
+class Run {
+public:
+    Run(PhotoLibrary& library, const BackupRunner::Clock& clock, const BackupScope& scope,
+        const std::filesystem::path& root, const BackupRunner::ProgressCallback& progress, std::stop_token stop)
+        : m_library(library), m_clock(clock), m_scope(scope), m_root(root), m_progress(progress),
+          m_stop(std::move(stop)), m_state(loadOrEmpty(root), clock()),
+          m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)) {}
+
+    BackupSummary perform(const BackupRunner::SharedFilterSource& sharedFilter);
+
+private:
+    void decideFilter(const BackupRunner::SharedFilterSource& source);
+    void chooseMode();
+    void walk();
+    void removeLeavers();
+    void finishIndex();
+    void updateAlbums();
+    bool albumsNeeded() const;
+    bool changedIndex() const { return m_state.progress.copied > 0 || m_state.progress.removed > 0; }
+    void saveIndex(bool albumsOwed);
+
+    bool stopRequested() {
+        if (m_stop.stop_requested())
+            m_cancelled = true;
+        return m_cancelled;
+    }
+    void report() const {
+        if (m_progress)
+            m_progress(m_state.progress);
+    }
+
+    PhotoLibrary& m_library;
+    const BackupRunner::Clock& m_clock;
+    const BackupScope& m_scope;
+    const std::filesystem::path& m_root;
+    const BackupRunner::ProgressCallback& m_progress;
+    std::stop_token m_stop;
+
+    RunState m_state;
+    std::optional<ChangeToken> m_token;
+    SharedFilterState m_filterState;
+    std::optional<SharedLibraryFilter> m_exclusion;
+    std::string m_scopeKey;
+    /// Set for an incremental run: what changed since the stored token.
+    std::optional<ChangeSet> m_changes;
+    AssetList m_work;
+    /// Identifiers met in the walk, excluded ones left out.
+    IdentifierSet m_seen;
+    bool m_cancelled = false;
+    /// An earlier run changed the index but did not get through its album step.
+    bool m_albumsOwed = false;
+    std::optional<AlbumResult> m_albums;
+};
+
+BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter) {
+    append(m_state.warnings, Layout::migrate(m_state.index, m_root));
+    // Taken before any asset is read, so that whatever changes while the run goes on is seen by the next one.
+    try {
+        m_token = m_library.currentChangeToken();
+    } catch (const std::exception&) {
+        // Without a token the next run simply does a full rescan.
+    }
+    report();
+
+    decideFilter(sharedFilter);
+    chooseMode();
+    walk();
+    if (!stopRequested())
+        removeLeavers();
+    finishIndex();
+    if (!stopRequested())
+        updateAlbums();
+
+    return BackupSummary{
+        .progress = m_state.progress,
+        .cancelled = m_cancelled,
+        .incremental = m_changes.has_value(),
+        .lastSuccessfulRun = m_state.index.lastSuccessfulRun,
+        .albums = std::move(m_albums),
+        .sharedFilter = m_filterState,
+        .errors = std::move(m_state.errors),
+        .warnings = std::move(m_state.warnings),
+    };
+}
+
+void Run::decideFilter(const BackupRunner::SharedFilterSource& source) {
+    if (m_scope.includeSharedLibrary) {
+        m_filterState = SharedFilterState::included();
+    } else {
+        try {
+            SharedFilterOutcome outcome = source();
+            m_filterState = std::move(outcome.state);
+            m_exclusion = std::move(outcome.filter);
+        } catch (const std::exception& error) {
+            m_filterState = SharedFilterState::unavailable(error.what());
+        }
+    }
+    // A filter switched on or off changes what the destination should hold, just like a change of the scope.
+    m_scopeKey = m_scope.scopeKey() + ";shared=" + (m_exclusion ? "true" : "false");
+}
+
+void Run::chooseMode() {
+    const BackupIndex& index = m_state.index;
+    if (index.scopeKey == m_scopeKey && index.changeToken) {
+        if (const auto stored = ChangeTracker::tokenFromText(m_library, *index.changeToken)) {
+            try {
+                m_changes = ChangeTracker::changesSince(m_library, *stored);
+            } catch (const std::exception&) {
+                // History that cannot be read for the token means a full rescan, nothing to report.
+            }
+        }
+    }
+    const ScopeQuery query{m_scope};
+    m_work = m_changes ? query.assets(m_library, {m_changes->changed.begin(), m_changes->changed.end()})
+                       : query.assets(m_library);
+    m_state.progress.total = static_cast<std::int64_t>(m_work.count());
+}
+
+void Run::walk() {
+    const AssetStep step(m_library, m_root, m_clock);
+    const bool fullRescan = !m_changes;
+    const std::size_t count = m_work.count();
+    for (std::size_t position = 0; position < count; ++position) {
+        if (stopRequested())
+            return;
+        const Asset asset = m_work.at(position);
+        if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
+            m_state.progress.excluded += 1;
+        } else {
+            m_seen.insert(asset.localIdentifier);
+            step.handle(asset, m_state, fullRescan);
+        }
+        m_state.progress.done = static_cast<std::int64_t>(position) + 1;
+        report();
+        const Date now = m_clock();
+        if (now.referenceSeconds() - m_state.lastSave.referenceSeconds() >= BackupRunner::saveInterval) {
+            saveIndex(changedIndex());
+            m_state.lastSave = now;
+        }
+    }
+}
+
+void Run::removeLeavers() {
+    std::vector<std::string> leavers;
+    if (m_changes) {
+        // Changed assets that did not come back from the scope's fetch left the scope (or are excluded now).
+        for (const std::string& id : m_changes->changed) {
+            if (!m_seen.contains(id))
+                leavers.push_back(id);
+        }
+        leavers.insert(leavers.end(), m_changes->deleted.begin(), m_changes->deleted.end());
+    } else {
+        for (const auto& [id, entry] : m_state.index.assets) {
+            if (!m_seen.contains(id))
+                leavers.push_back(id);
+        }
+    }
+    for (const std::string& id : leavers) {
+        const std::optional<IndexedAsset> entry = m_state.drop(id);
+        if (!entry)
+            continue;
+        append(m_state.warnings, Trash::move(entry->files, {}, m_root, m_clock()));
+        m_state.progress.removed += 1;
+    }
+}
+
+void Run::finishIndex() {
+    BackupIndex& index = m_state.index;
+    // A cancelled run keeps the old token and scope key: the next run looks at the same changes again, or does
+    // the full rescan this one did not finish.
+    if (!m_cancelled) {
+        index.changeToken = m_token ? std::optional(ChangeTracker::tokenText(*m_token)) : std::nullopt;
+        index.scopeKey = m_scopeKey;
+        index.lastSuccessfulRun = m_clock();
+    }
+    // After a cancelled run the old token shows album changes again, but not the assets this one copied.
+    saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
+    m_state.lastSave = m_clock();
+}
+
+void Run::saveIndex(bool albumsOwed) {
+    // The marker goes down before the index that needs new album folders, and stays until an album step has been
+    // through: a run that is killed or cancelled after this point leaves a next run that may find nothing to copy,
+    // but must still bring the album folders up to date.
+    if (albumsOwed && !m_albumsOwed) {
+        std::error_code ignored;
+        std::filesystem::create_directories(m_root / Layout::engineFolder, ignored);
+        std::ofstream(m_root / BackupRunner::albumsPendingPath).close();
+        m_albumsOwed = true;
+    }
+    m_state.index.save(m_root);
+}
+
+bool Run::albumsNeeded() const {
+    if (!m_changes || m_changes->albumsChanged || m_albumsOwed)
+        return true;
+    if (changedIndex())
+        return true;
+    return !isThere(m_root / Layout::byAlbum);
+}
+
+void Run::updateAlbums() {
+    if (!albumsNeeded())
+        return;
+    m_state.progress.updatingAlbums = true;
+    report();
+    AlbumFilter filter;
+    if (m_scope.albumIDs)
+        filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
+    try {
+        AlbumResult result =
+            AlbumLinker(m_root).link(m_library, m_state.index, filter, [&](std::int64_t done, std::int64_t total) {
+                m_state.progress.albumDone = done;
+                m_state.progress.albumTotal = total;
+                report();
+            });
+        append(m_state.warnings, result.warnings);
+        m_albums = std::move(result);
+        std::error_code ignored;
+        std::filesystem::remove(m_root / BackupRunner::albumsPendingPath, ignored);
+    } catch (const std::exception& error) {
+        m_state.warnings.push_back(std::string("Album folders: ") + error.what());
+    }
+}
+
+} // namespace
+
+BackupRunner::BackupRunner(PhotoLibrary& library, SharedFilterSource sharedFilter, Clock clock)
+    : m_library(library), m_sharedFilter(std::move(sharedFilter)), m_clock(std::move(clock)) {}
+
+BackupRunner::SharedFilterSource BackupRunner::defaultSharedFilter() {
+    return [] { return SharedLibraryFilter::loadState(); };
+}
+
+BackupSummary BackupRunner::run(const BackupScope& scope, const std::filesystem::path& root,
+                                const ProgressCallback& progress, std::stop_token stop) {
+    Preflight::check(root);
+    Run run(m_library, m_clock, scope, root, progress, std::move(stop));
+    return run.perform(m_sharedFilter);
+}
+
+} // namespace lorekeep

@@ -18,7 +18,11 @@ struct Outcome {
 
 // Runs the command-line tool with its standard error discarded; returns its exit code and standard output.
 Outcome lorekeep(const std::string& arguments) {
-    const std::string command = std::string("'") + LOREKEEP_CLI + "' " + arguments + " 2>/dev/null";
+    std::string command = "'";
+    command += LOREKEEP_CLI;
+    command += "' ";
+    command += arguments;
+    command += " 2>/dev/null";
     Outcome outcome;
     FILE* pipe = ::popen(command.c_str(), "r");
     if (!pipe)

@@ -72,7 +72,7 @@ QueryResult query(const std::filesystem::path& library, std::string_view sql) {
         throw SharedLibraryFilterError::unavailable("Photos database not found at " + path.string());
 
     QueryResult result;
-    auto db = ReadOnlyDatabase::open(path, ReadOnlyDatabase::Mode::plain);
+    auto db = ReadOnlyDatabase::open(path, ReadOnlyDatabase::Mode::readOnly);
     if (!db)
         db = ReadOnlyDatabase::open(path, ReadOnlyDatabase::Mode::privateLogIndex);
     if (!db) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "library/SqliteDatabase.h"
 #include "library/package/PackageSchema.h"
-#include "library/package/SqliteDatabase.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "library/package/PackageSchema.h"
 
 #include "library/PhotoLibrary.h"
-#include "library/package/SqliteDatabase.h"
+#include "library/SqliteDatabase.h"
 
 #include <algorithm>
 #include <map>

@@ -1,6 +1,4 @@
-#include "library/package/SqliteDatabase.h"
-
-#include "library/PhotoLibrary.h"
+#include "library/SqliteDatabase.h"
 
 #include <sqlite3.h>
 
@@ -19,7 +17,7 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
     m_database.reset(database);
     if (code != SQLITE_OK) {
         const std::string message = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
-        throw LibraryError("The Photos library database could not be opened: " + message);
+        throw SqliteError("The Photos library database could not be opened", message);
     }
     sqlite3_busy_timeout(database, 5000);
     // With exclusive locking set before the first read, SQLite never asks for the shared-memory file; the

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "library/PhotoLibrary.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,7 +13,19 @@ struct sqlite3_stmt;
 
 namespace lorekeep {
 
-/// One prepared SQLite statement. Failures throw LibraryError with SQLite's message.
+/// A failure of SQLite. what() is the user's text; sqliteMessage() SQLite's own words.
+class SqliteError : public LibraryError {
+public:
+    SqliteError(const std::string& context, std::string sqliteMessage)
+        : LibraryError(context + ": " + sqliteMessage), m_sqliteMessage(std::move(sqliteMessage)) {}
+
+    [[nodiscard]] const std::string& sqliteMessage() const { return m_sqliteMessage; }
+
+private:
+    std::string m_sqliteMessage;
+};
+
+/// One prepared SQLite statement. Failures throw SqliteError.
 class SqliteStatement {
 public:
     SqliteStatement(sqlite3* database, std::string_view sql);
@@ -25,6 +39,7 @@ public:
     /// Makes the statement ready to run again, with its bindings cleared.
     void reset();
 
+    [[nodiscard]] int columnCount() const;
     [[nodiscard]] bool isNull(int column) const;
     [[nodiscard]] std::int64_t integer(int column) const;
     [[nodiscard]] double real(int column) const;

@@ -1,6 +1,4 @@
-#include "library/package/SqliteStatement.h"
-
-#include "library/PhotoLibrary.h"
+#include "library/SqliteStatement.h"
 
 #include <sqlite3.h>
 
@@ -52,6 +50,10 @@ void SqliteStatement::reset() {
     sqlite3_clear_bindings(m_statement.get());
 }
 
+int SqliteStatement::columnCount() const {
+    return sqlite3_column_count(m_statement.get());
+}
+
 bool SqliteStatement::isNull(int column) const {
     return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
 }
@@ -93,7 +95,7 @@ std::string SqliteStatement::bytes(int column) const {
 
 void SqliteStatement::fail(int code) const {
     std::string message = m_database ? sqlite3_errmsg(m_database) : sqlite3_errstr(code);
-    throw LibraryError("The Photos library database could not be read: " + message);
+    throw SqliteError("The Photos library database could not be read", std::move(message));
 }
 
 } // namespace lorekeep

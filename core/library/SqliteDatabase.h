@@ -1,6 +1,6 @@
 #pragma once
 
-#include "library/package/SqliteStatement.h"
+#include "library/SqliteStatement.h"
 
 #include <filesystem>
 #include <memory>

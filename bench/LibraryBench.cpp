@@ -155,7 +155,7 @@ double Bench::bestOf(const std::string& command) {
 
 ChildRun Bench::backup(const char* what, bool incremental, std::int64_t copied) {
     ChildRun run = child(
-        {LOREKEEP_CLI, "backup", "--library", m_library.package.string(), "--to", m_destination.string(), "--json"},
+        {m_cli.string(), "backup", "--library", m_library.package.string(), "--to", m_destination.string(), "--json"},
         what);
     const rapidjson::Document summary = json::parse(run.output);
     const json::Value& progress = json::requiredObject(summary, "progress");

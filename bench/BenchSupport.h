@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace lorekeep::bench {
 
@@ -25,6 +26,19 @@ private:
 
 /// Runs a shell command with its output discarded and returns the wall-clock seconds it took; throws when it fails.
 double timeCommand(const std::string& command);
+
+/// What a child process did: wall-clock seconds, peak resident set size, exit code (-1 when it was killed) and
+/// its standard output.
+struct ChildRun {
+    double seconds = 0;
+    double peakRssMiB = 0;
+    int exitCode = -1;
+    std::string output;
+};
+
+/// Runs a program (the first argument is its path) as a child process with its standard output captured and its
+/// standard error written to `errors`, and measures it. Throws when it cannot be started.
+ChildRun runChild(const std::vector<std::string>& arguments, const std::filesystem::path& errors);
 
 /// Peak resident set size of this process so far, in MiB.
 double peakRssMiB();

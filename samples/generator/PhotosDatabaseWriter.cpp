@@ -10,6 +10,7 @@
 #include <bit>
 #include <cctype>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace lorekeep::sample {
 namespace {
@@ -67,29 +68,41 @@ private:
 };
 
 using Row = std::vector<std::pair<std::string_view, SqlValue>>;
+using Statements = std::unordered_map<std::string, sqlite3_stmt*>;
 
 [[noreturn]] void fail(sqlite3* database, const std::string& what) {
     throw std::runtime_error(what + ": " + sqlite3_errmsg(database));
 }
 
-void insert(sqlite3* database, std::string_view table, const Row& row) {
-    std::string names;
-    std::string placeholders;
-    for (const auto& [name, value] : row) {
-        names += (names.empty() ? "" : ", ") + std::string(name);
-        placeholders += placeholders.empty() ? "?" : ", ?";
+sqlite3_stmt* prepared(sqlite3* database, Statements& statements, const std::string& sql) {
+    if (const auto found = statements.find(sql); found != statements.end()) {
+        sqlite3_reset(found->second);
+        sqlite3_clear_bindings(found->second);
+        return found->second;
     }
-    const std::string sql = "INSERT INTO " + std::string(table) + " (" + names + ") VALUES (" + placeholders + ")";
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(database, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
         fail(database, "cannot prepare " + sql);
+    statements.emplace(sql, statement);
+    return statement;
+}
+
+void insert(sqlite3* database, Statements& statements, std::string_view table, const Row& row) {
+    std::string sql = "INSERT INTO " + std::string(table) + " (";
+    for (std::size_t index = 0; index < row.size(); ++index)
+        sql += (index == 0 ? "" : ", ") + std::string(row[index].first);
+    sql += ") VALUES (";
+    for (std::size_t index = 0; index < row.size(); ++index)
+        sql += index == 0 ? "?" : ", ?";
+    sql += ")";
+    // A library of many thousand assets repeats the same few inserts: each is prepared once.
+    sqlite3_stmt* statement = prepared(database, statements, sql);
     int index = 1;
     for (const auto& [name, value] : row)
         value.bind(statement, index++);
-    const int status = sqlite3_step(statement);
-    sqlite3_finalize(statement);
-    if (status != SQLITE_DONE)
+    if (sqlite3_step(statement) != SQLITE_DONE)
         fail(database, "cannot insert into " + std::string(table));
+    sqlite3_reset(statement);
 }
 
 /// ZLOCATIONDATA: latitude, longitude and altitude, then accuracies, course, speed and time (left zero), as eight
@@ -122,12 +135,16 @@ PhotosDatabaseWriter::PhotosDatabaseWriter(const std::filesystem::path& file, st
         sqlite3_close(m_database);
         throw std::runtime_error("cannot create " + file.string() + ": " + message);
     }
+    // Everything is written in one transaction; a large library's pages stay in memory until the commit.
+    execute("PRAGMA cache_size = -262144");
     execute("BEGIN");
     for (const std::string& statement : PhotosSchema::statements())
         execute(statement);
 }
 
 PhotosDatabaseWriter::~PhotosDatabaseWriter() {
+    for (const auto& [sql, statement] : m_statements)
+        sqlite3_finalize(statement);
     sqlite3_close(m_database);
 }
 
@@ -146,24 +163,19 @@ std::int64_t PhotosDatabaseWriter::nextKey(std::string_view table) {
 }
 
 std::int64_t PhotosDatabaseWriter::stringKey(const std::string& name) {
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(m_database, "SELECT Z_PK FROM ATRANSACTIONSTRING WHERE ZNAME = ?", -1, &statement, nullptr);
-    sqlite3_bind_text(statement, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-    const bool found = sqlite3_step(statement) == SQLITE_ROW;
-    const std::int64_t existing = found ? sqlite3_column_int64(statement, 0) : 0;
-    sqlite3_finalize(statement);
-    if (found)
-        return existing;
+    if (const auto found = m_strings.find(name); found != m_strings.end())
+        return found->second;
     const std::int64_t key = nextKey("ATRANSACTIONSTRING");
-    insert(m_database, "ATRANSACTIONSTRING",
+    insert(m_database, m_statements, "ATRANSACTIONSTRING",
            {{"Z_PK", key}, {"Z_ENT", PhotosSchema::entity("TRANSACTIONSTRING")}, {"ZNAME", name}});
+    m_strings.emplace(name, key);
     return key;
 }
 
 double PhotosDatabaseWriter::beginTransaction() {
     m_transaction = nextKey("ATRANSACTION");
     m_clock += 1;
-    insert(m_database, "ATRANSACTION",
+    insert(m_database, m_statements, "ATRANSACTION",
            {{"Z_PK", m_transaction},
             {"Z_ENT", PhotosSchema::entity("TRANSACTION")},
             {"ZCONTEXTNAMETS", stringKey(contextName)},
@@ -173,7 +185,7 @@ double PhotosDatabaseWriter::beginTransaction() {
 }
 
 void PhotosDatabaseWriter::recordInsert(std::string_view entity, std::int64_t key) {
-    insert(m_database, "ACHANGE",
+    insert(m_database, m_statements, "ACHANGE",
            {{"Z_PK", nextKey("ACHANGE")},
             {"Z_ENT", PhotosSchema::entity("CHANGE")},
             {"ZCHANGETYPE", 0},
@@ -186,7 +198,7 @@ std::int64_t PhotosDatabaseWriter::addFolder(const std::string& uuid, const std:
                                              std::optional<std::int64_t> parent, int position) {
     const double now = beginTransaction();
     const std::int64_t key = nextKey("ZGENERICALBUM");
-    insert(m_database, "ZGENERICALBUM",
+    insert(m_database, m_statements, "ZGENERICALBUM",
            {{"Z_PK", key},
             {"Z_ENT", PhotosSchema::entity("Folder")},
             {"Z_OPT", 1},
@@ -217,7 +229,7 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
     // Photos writes -180/-180 for "no location".
     const double latitude = asset.place ? asset.place->latitude : -180.0;
     const double longitude = asset.place ? asset.place->longitude : -180.0;
-    insert(m_database, "ZASSET",
+    insert(m_database, m_statements, "ZASSET",
            {{"Z_PK", key},
             {"Z_ENT", PhotosSchema::entity("Asset")},
             {"Z_OPT", 1},
@@ -257,7 +269,7 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
     recordInsert("Asset", key);
 
     const int offsetSeconds = asset.taken.utcOffsetMinutes * 60;
-    insert(m_database, "ZADDITIONALASSETATTRIBUTES",
+    insert(m_database, m_statements, "ZADDITIONALASSETATTRIBUTES",
            {{"Z_PK", attributes},
             {"Z_ENT", PhotosSchema::entity("AdditionalAssetAttributes")},
             {"Z_OPT", 1},
@@ -277,7 +289,7 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
             {"ZTIMEZONENAME", asset.taken.zoneName}});
     recordInsert("AdditionalAssetAttributes", attributes);
 
-    insert(m_database, "ZEXTENDEDATTRIBUTES",
+    insert(m_database, m_statements, "ZEXTENDEDATTRIBUTES",
            {{"Z_PK", extended},
             {"Z_ENT", PhotosSchema::entity("ExtendedAttributes")},
             {"Z_OPT", 1},
@@ -297,7 +309,7 @@ std::int64_t PhotosDatabaseWriter::addAsset(const AssetRecord& record) {
 
     for (const ResourceRecord& resource : record.resources) {
         const std::int64_t resourceKey = nextKey("ZINTERNALRESOURCE");
-        insert(m_database, "ZINTERNALRESOURCE",
+        insert(m_database, m_statements, "ZINTERNALRESOURCE",
                {{"Z_PK", resourceKey},
                 {"Z_ENT", PhotosSchema::entity("InternalResource")},
                 {"Z_OPT", 1},
@@ -325,7 +337,7 @@ std::int64_t PhotosDatabaseWriter::addAlbum(const std::string& uuid, const std::
                                             int position, const std::vector<std::int64_t>& assets) {
     const double now = beginTransaction();
     const std::int64_t key = nextKey("ZGENERICALBUM");
-    insert(m_database, "ZGENERICALBUM",
+    insert(m_database, m_statements, "ZGENERICALBUM",
            {{"Z_PK", key},
             {"Z_ENT", PhotosSchema::entity("Album")},
             {"Z_OPT", 1},
@@ -340,7 +352,7 @@ std::int64_t PhotosDatabaseWriter::addAlbum(const std::string& uuid, const std::
             {"ZTITLE", title},
             {"ZUUID", uuid}});
     for (std::size_t index = 0; index < assets.size(); ++index) {
-        insert(m_database, PhotosSchema::membershipTable(),
+        insert(m_database, m_statements, PhotosSchema::membershipTable(),
                {{PhotosSchema::membershipAlbumColumn(), key},
                 {PhotosSchema::membershipAssetColumn(), assets[index]},
                 {PhotosSchema::membershipOrderColumn(), static_cast<std::int64_t>(index + 1) * orderStep}});
@@ -369,7 +381,7 @@ void PhotosDatabaseWriter::finish() {
                     highest = key;
             }
         }
-        insert(m_database, "Z_PRIMARYKEY",
+        insert(m_database, m_statements, "Z_PRIMARYKEY",
                {{"Z_ENT", entity.number},
                 {"Z_NAME", std::string(entity.name)},
                 {"Z_SUPER", entity.super},
@@ -383,7 +395,7 @@ void PhotosDatabaseWriter::finish() {
         {"PLModelVersion", std::int64_t{PhotosSchema::modelVersion}},
         {"_NSAutoVacuumLevel", std::string("2")},
     });
-    insert(m_database, "Z_METADATA",
+    insert(m_database, m_statements, "Z_METADATA",
            {{"Z_VERSION", 1}, {"Z_UUID", m_storeUuid}, {"Z_PLIST", SqlValue::blob(metadata)}});
     execute("COMMIT");
     execute("PRAGMA journal_mode=WAL");

@@ -4,11 +4,14 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace lorekeep::sample {
 
@@ -83,6 +86,9 @@ private:
     double m_clock;
     std::int64_t m_transaction = 0;
     std::vector<std::pair<std::string, std::int64_t>> m_keys;
+    /// Prepared statements by their SQL, so that a large library's thousands of alike rows reuse them.
+    std::unordered_map<std::string, sqlite3_stmt*> m_statements;
+    std::map<std::string, std::int64_t, std::less<>> m_strings;
 };
 
 } // namespace lorekeep::sample

@@ -18,7 +18,8 @@ struct PackageAlbums::Node {
     std::optional<std::int64_t> position;
 };
 
-/// Every folder and album of interest, read in one query, with the children of each folder in order.
+/// Every folder and album of interest, read in one query, with the children of each folder in order and the
+/// number of assets of each album.
 class PackageAlbums::Tree {
 public:
     explicit Tree(const PackageDatabase& database) {
@@ -45,6 +46,12 @@ public:
             if (node.kind != rootFolderKind && node.parent)
                 m_children[*node.parent].push_back(&node);
         }
+        SqliteStatement counts = database.sqlite().prepare(
+            "SELECT m." + schema.membershipAlbumColumn + ", count(*) FROM " + schema.membershipTable + " m JOIN " +
+            schema.assetTable + " a ON a.Z_PK = m." + schema.membershipAssetColumn +
+            " WHERE COALESCE(a.ZTRASHEDSTATE, 0) = 0 GROUP BY m." + schema.membershipAlbumColumn);
+        while (counts.step())
+            m_counts[counts.integer(0)] = counts.integer(1);
         for (auto& [parent, children] : m_children) {
             std::sort(children.begin(), children.end(), [](const Node* left, const Node* right) {
                 if (left->position != right->position)
@@ -77,6 +84,12 @@ public:
         return nullptr;
     }
 
+    /// The assets of an album that are not in Recently Deleted.
+    [[nodiscard]] std::int64_t count(std::int64_t album) const {
+        const auto found = m_counts.find(album);
+        return found == m_counts.end() ? 0 : found->second;
+    }
+
     /// Every album, in the order of a depth-first walk from the top level.
     [[nodiscard]] std::vector<const Node*> albumsInOrder() const {
         std::vector<const Node*> result;
@@ -107,11 +120,24 @@ private:
     std::vector<Node> m_nodes;
     std::int64_t m_root = 0;
     std::map<std::int64_t, std::vector<const Node*>> m_children;
+    std::map<std::int64_t, std::int64_t> m_counts;
 };
 
 PackageAlbums::PackageAlbums(std::shared_ptr<const PackageDatabase> database) : m_database(std::move(database)) {}
 
-Collection PackageAlbums::collection(const Node& node) const {
+std::shared_ptr<const PackageAlbums::Tree> PackageAlbums::tree() const {
+    // Reading the tree for every asset of a large library would cost more than the rest of its backup; the
+    // database's data version tells when Photos changed something and the tree has to be read again.
+    const std::lock_guard lock(m_mutex);
+    const std::int64_t version = m_database->sqlite().dataVersion();
+    if (!m_tree || version != m_treeVersion) {
+        m_tree = std::make_shared<const Tree>(*m_database);
+        m_treeVersion = version;
+    }
+    return m_tree;
+}
+
+Collection PackageAlbums::collection(const Tree& tree, const Node& node) {
     Collection result;
     result.title = node.title;
     if (node.kind == folderKind) {
@@ -122,37 +148,30 @@ Collection PackageAlbums::collection(const Node& node) const {
     result.kind = CollectionKind::album;
     result.localIdentifier = LocalIdentifier::make(node.uuid, LocalIdentifier::Kind::album);
     result.subtype = node.kind == sharedAlbumKind ? AlbumSubtype::cloudShared : AlbumSubtype::regular;
-    const PackageSchema& schema = m_database->schema();
-    SqliteStatement count =
-        m_database->sqlite().prepare("SELECT count(*) FROM " + schema.membershipTable + " m JOIN " + schema.assetTable +
-                                     " a ON a.Z_PK = m." + schema.membershipAssetColumn + " WHERE m." +
-                                     schema.membershipAlbumColumn + " = ? AND COALESCE(a.ZTRASHEDSTATE, 0) = 0");
-    count.bind(1, node.key);
-    if (count.step())
-        result.estimatedCount = count.integer(0);
+    result.estimatedCount = tree.count(node.key);
     return result;
 }
 
-std::vector<Collection> PackageAlbums::collections(const std::vector<const Node*>& nodes) const {
+std::vector<Collection> PackageAlbums::collections(const Tree& tree, const std::vector<const Node*>& nodes) {
     std::vector<Collection> result;
     result.reserve(nodes.size());
     for (const Node* node : nodes)
-        result.push_back(collection(*node));
+        result.push_back(collection(tree, *node));
     return result;
 }
 
 std::vector<Collection> PackageAlbums::topLevel() const {
-    const Tree tree(*m_database);
-    return collections(tree.topLevel());
+    const auto tree = this->tree();
+    return collections(*tree, tree->topLevel());
 }
 
 std::vector<Collection> PackageAlbums::children(const std::string& folderIdentifier) const {
     const std::optional<std::string> uuid = LocalIdentifier::uuid(folderIdentifier, LocalIdentifier::Kind::folder);
     if (!uuid)
         return {};
-    const Tree tree(*m_database);
-    const Node* folder = tree.find(*uuid, folderKind);
-    return folder ? collections(tree.children(folder->key)) : std::vector<Collection>{};
+    const auto tree = this->tree();
+    const Node* folder = tree->find(*uuid, folderKind);
+    return folder ? collections(*tree, tree->children(folder->key)) : std::vector<Collection>{};
 }
 
 std::vector<Collection> PackageAlbums::albums(const std::vector<std::string>& identifiers) const {
@@ -161,13 +180,13 @@ std::vector<Collection> PackageAlbums::albums(const std::vector<std::string>& id
         if (auto uuid = LocalIdentifier::uuid(identifier, LocalIdentifier::Kind::album))
             wanted.insert(std::move(*uuid));
     }
-    const Tree tree(*m_database);
+    const auto tree = this->tree();
     std::vector<const Node*> found;
-    for (const Node* node : tree.albumsInOrder()) {
+    for (const Node* node : tree->albumsInOrder()) {
         if (wanted.contains(node->uuid))
             found.push_back(node);
     }
-    return collections(found);
+    return collections(*tree, found);
 }
 
 std::vector<Collection> PackageAlbums::containing(const std::string& assetIdentifier) const {
@@ -182,21 +201,23 @@ std::vector<Collection> PackageAlbums::containing(const std::string& assetIdenti
     std::set<std::int64_t> keys;
     while (statement.step())
         keys.insert(statement.integer(0));
-    const Tree tree(*m_database);
+    if (keys.empty())
+        return {};
+    const auto tree = this->tree();
     std::vector<const Node*> found;
-    for (const Node* node : tree.albumsInOrder()) {
+    for (const Node* node : tree->albumsInOrder()) {
         if (keys.contains(node->key))
             found.push_back(node);
     }
-    return collections(found);
+    return collections(*tree, found);
 }
 
 std::optional<std::int64_t> PackageAlbums::albumKey(const std::string& albumIdentifier) const {
     const std::optional<std::string> uuid = LocalIdentifier::uuid(albumIdentifier, LocalIdentifier::Kind::album);
     if (!uuid)
         return std::nullopt;
-    const Tree tree(*m_database);
-    const Node* album = tree.find(*uuid, userAlbumKind);
+    const auto tree = this->tree();
+    const Node* album = tree->find(*uuid, userAlbumKind);
     return album ? std::optional(album->key) : std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,10 +38,15 @@ private:
     struct Node;
     class Tree;
 
-    [[nodiscard]] Collection collection(const Node& node) const;
-    [[nodiscard]] std::vector<Collection> collections(const std::vector<const Node*>& nodes) const;
+    /// The folders and albums as they are now: read again only after the database changed.
+    [[nodiscard]] std::shared_ptr<const Tree> tree() const;
+    [[nodiscard]] static Collection collection(const Tree& tree, const Node& node);
+    [[nodiscard]] static std::vector<Collection> collections(const Tree& tree, const std::vector<const Node*>& nodes);
 
     std::shared_ptr<const PackageDatabase> m_database;
+    mutable std::mutex m_mutex;
+    mutable std::shared_ptr<const Tree> m_tree;
+    mutable std::int64_t m_treeVersion = 0;
 };
 
 } // namespace lorekeep

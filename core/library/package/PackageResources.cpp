@@ -83,14 +83,17 @@ std::string companionName(const std::string& original, const std::string& extens
     return stemOf(original) + "." + result;
 }
 
-AssetRow readAsset(const PackageDatabase& database, const std::string& uuid) {
-    const PackageSchema& schema = database.schema();
-    SqliteStatement statement = database.sqlite().prepare(
-        "SELECT a.Z_PK, a.ZUUID, a.ZDIRECTORY, a.ZFILENAME, " + schema.assetColumn("ZUNIFORMTYPEIDENTIFIER", "NULL") +
-        ", " + schema.assetColumn("ZSAVEDASSETTYPE", "0") + ", " + schema.sharedCondition() + ", a.ZKIND, " +
-        schema.assetColumn("ZKINDSUBTYPE", "0") + ", " + schema.editedCondition() +
-        ", (SELECT aa.ZORIGINALFILENAME FROM " + schema.attributeTable + " aa WHERE aa.ZASSET = a.Z_PK LIMIT 1) FROM " +
-        schema.assetTable + " a WHERE a.ZUUID = ? AND a.Z_ENT = " + std::to_string(schema.assetEntity));
+std::string assetQuery(const PackageSchema& schema) {
+    return "SELECT a.Z_PK, a.ZUUID, a.ZDIRECTORY, a.ZFILENAME, " +
+           schema.assetColumn("ZUNIFORMTYPEIDENTIFIER", "NULL") + ", " + schema.assetColumn("ZSAVEDASSETTYPE", "0") +
+           ", " + schema.sharedCondition() + ", a.ZKIND, " + schema.assetColumn("ZKINDSUBTYPE", "0") + ", " +
+           schema.editedCondition() + ", (SELECT aa.ZORIGINALFILENAME FROM " + schema.attributeTable +
+           " aa WHERE aa.ZASSET = a.Z_PK LIMIT 1) FROM " + schema.assetTable +
+           " a WHERE a.ZUUID = ? AND a.Z_ENT = " + std::to_string(schema.assetEntity);
+}
+
+AssetRow readAsset(SqliteStatement& statement, const std::string& uuid) {
+    statement.reset();
     statement.bind(1, uuid);
     if (!statement.step())
         return {};
@@ -106,14 +109,16 @@ AssetRow readAsset(const PackageDatabase& database, const std::string& uuid) {
     row.kindSubtype = statement.integer(8);
     row.edited = statement.integer(9) != 0;
     row.originalFilename = statement.optionalText(10).value_or(row.filename);
+    statement.reset();
     return row;
 }
 
-std::vector<StoredResource> readStored(const PackageDatabase& database, std::int64_t assetKey) {
-    const PackageSchema& schema = database.schema();
+/// The query of an asset's stored resources; `compactUti` tells whether its fourth column is a compact code.
+std::string storedQuery(const PackageSchema& schema, bool& compactUti) {
     std::string uti = "NULL";
     std::string joins;
-    if (schema.resourceHas("ZCOMPACTUTI")) {
+    compactUti = schema.resourceHas("ZCOMPACTUTI");
+    if (compactUti) {
         uti = "r.ZCOMPACTUTI";
     } else if (!schema.utiTable.empty() && schema.resourceHas("ZUNIFORMTYPEIDENTIFIER")) {
         uti = "u.ZIDENTIFIER";
@@ -126,21 +131,25 @@ std::vector<StoredResource> readStored(const PackageDatabase& database, std::int
     }
     const std::string subtype = schema.resourceHas("ZDATASTORESUBTYPE") ? "r.ZDATASTORESUBTYPE" : "NULL";
     const std::string trashed = schema.resourceHas("ZTRASHEDSTATE") ? " AND COALESCE(r.ZTRASHEDSTATE, 0) = 0" : "";
-    SqliteStatement statement = database.sqlite().prepare(
-        "SELECT r.ZRESOURCETYPE, r.ZVERSION, " + subtype + ", " + uti + ", " + bookmark + " FROM " +
-        schema.resourceTable + " r" + joins + " WHERE r.ZASSET = ?" + trashed + " ORDER BY r.Z_PK");
+    return "SELECT r.ZRESOURCETYPE, r.ZVERSION, " + subtype + ", " + uti + ", " + bookmark + " FROM " +
+           schema.resourceTable + " r" + joins + " WHERE r.ZASSET = ?" + trashed + " ORDER BY r.Z_PK";
+}
+
+std::vector<StoredResource> readStored(SqliteStatement& statement, bool compactUti, std::int64_t assetKey) {
+    statement.reset();
     statement.bind(1, assetKey);
     std::vector<StoredResource> result;
     while (statement.step()) {
         StoredResource resource{
             statement.integer(0), statement.integer(1), statement.isNull(2) ? -1 : statement.integer(2), {}, {}};
-        if (uti == "r.ZCOMPACTUTI")
+        if (compactUti)
             resource.uti = statement.isNull(3) ? std::string() : UniformTypes::fromCompactCode(statement.integer(3));
         else
             resource.uti = statement.optionalText(3).value_or("");
         resource.bookmarkPath = statement.optionalText(4).value_or("");
         result.push_back(std::move(resource));
     }
+    statement.reset();
     return result;
 }
 
@@ -178,7 +187,9 @@ std::string describe(ResourceType type) {
 
 } // namespace
 
-PackageResources::PackageResources(std::shared_ptr<const PackageDatabase> database) : m_database(std::move(database)) {
+PackageResources::PackageResources(std::shared_ptr<const PackageDatabase> database)
+    : m_database(std::move(database)), m_assetRow(m_database->sqlite().prepare(assetQuery(m_database->schema()))),
+      m_storedRows(m_database->sqlite().prepare(storedQuery(m_database->schema(), m_compactUti))) {
     // Photos 8 (macOS 13) moved the data of iCloud shared albums from resources/ to scopes/.
     std::error_code error;
     m_cloudSharingData = std::filesystem::is_directory(m_database->package() / "scopes" / "cloudsharing", error)
@@ -195,10 +206,16 @@ std::optional<PackageResources::Listing> PackageResources::list(const std::strin
     const std::optional<std::string> uuid = LocalIdentifier::uuid(assetIdentifier, LocalIdentifier::Kind::asset);
     if (!uuid)
         return std::nullopt;
-    const AssetRow asset = readAsset(*m_database, *uuid);
-    if (asset.key == 0)
-        return std::nullopt;
-    const std::vector<StoredResource> stored = readStored(*m_database, asset.key);
+    AssetRow asset;
+    std::vector<StoredResource> stored;
+    {
+        // Prepared once: a large library asks for the resources of every asset it backs up.
+        const std::lock_guard lock(m_mutex);
+        asset = readAsset(m_assetRow, *uuid);
+        if (asset.key == 0)
+            return std::nullopt;
+        stored = readStored(m_storedRows, m_compactUti, asset.key);
+    }
 
     Listing listing;
     listing.edited = asset.edited;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "library/Asset.h"
+#include "library/package/SqliteStatement.h"
 
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,6 +49,10 @@ private:
                             const std::filesystem::path& destination, bool video) const;
 
     std::shared_ptr<const PackageDatabase> m_database;
+    bool m_compactUti = false;
+    mutable std::mutex m_mutex;
+    mutable SqliteStatement m_assetRow;
+    mutable SqliteStatement m_storedRows;
     std::string m_cloudSharingData;
 };
 

@@ -96,6 +96,42 @@ void makeReadOnly(const std::filesystem::path& folder, std::filesystem::perms fi
                                              perms::others_read | perms::others_exec);
 }
 
+TEST(PhotosPackageLibraryAlbums, seeWhatPhotosChangesWhileTheLibraryIsOpen) {
+    test::TempDir folder;
+    const std::filesystem::path package = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
+    PhotosPackageLibrary library(package);
+    const auto pumpkinFarm = [&] {
+        for (const Collection& collection : library.topLevelCollections()) {
+            if (collection.kind == CollectionKind::album &&
+                (collection.title == "Pumpkin Farm" || collection.title == "Pumpkin Field"))
+                return collection;
+        }
+        return Collection{};
+    };
+    const Collection before = pumpkinFarm();
+    ASSERT_EQ(before.title, "Pumpkin Farm");
+    ASSERT_GT(before.estimatedCount.value_or(0), 0);
+
+    test::LibraryWriter writer(package);
+    const std::string album = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Album'");
+    const std::string assetRoot = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Asset'");
+    const std::string membership = "Z_" + album + "ASSETS";
+    const std::string albumColumn = "Z_" + album + "ALBUMS";
+    const std::string assetColumn = "Z_" + assetRoot + "ASSETS";
+    writer.transaction("UPDATE ZGENERICALBUM SET ZTITLE = 'Pumpkin Field' WHERE Z_PK = 5", {{1, "Album", "5"}});
+    writer.transaction("DELETE FROM " + membership + " WHERE " + albumColumn + " = 5 AND " + assetColumn +
+                           " = (SELECT min(m." + assetColumn + ") FROM " + membership +
+                           " m JOIN ZASSET a ON a.Z_PK = m." + assetColumn + " WHERE m." + albumColumn +
+                           " = 5 AND COALESCE(a.ZTRASHEDSTATE, 0) = 0)",
+                       {{1, "Album", "5"}});
+
+    // The library object read the albums before; it must not answer from what it read then.
+    const Collection after = pumpkinFarm();
+    EXPECT_EQ(after.localIdentifier, before.localIdentifier);
+    EXPECT_EQ(after.title, "Pumpkin Field");
+    EXPECT_EQ(after.estimatedCount, *before.estimatedCount - 1);
+}
+
 TEST(PhotosPackageLibraryOpening, readsALibraryInAReadOnlyFolder) {
     using std::filesystem::perms;
     const perms readable = perms::owner_read | perms::group_read | perms::others_read;

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace lorekeep::bench {
+
+/// What a library package holds, as the benchmark reports it.
+struct LibraryShape {
+    std::int64_t assets = 0;
+    /// Files under originals/ and resources/renders/, and their bytes.
+    std::int64_t files = 0;
+    std::int64_t bytes = 0;
+    std::int64_t albums = 0;
+    std::int64_t folders = 0;
+    /// Album memberships: an asset in two albums counts twice.
+    std::int64_t memberships = 0;
+};
+
+/// A large Photos library package in the layout of the sample library (macOS 26.1): plain photos, Live Photos,
+/// RAW+JPEG pairs, edited photos and edited Live Photos, videos, and 500 albums in a tree of folders. Every file is
+/// one of a few pictures and movies encoded once, made unique by a few bytes naming its asset so that no two files
+/// have the same hash. The same asset count always gives the same library.
+class ScaledLibrary {
+public:
+    static constexpr int topLevelAlbums = 20;
+    static constexpr int yearFolders = 10;
+    static constexpr int seasonsPerYear = 4;
+    static constexpr int eventsPerSeason = 12;
+
+    explicit ScaledLibrary(std::int64_t assets) : m_assets(assets) {}
+
+    /// Writes the package into a new folder. Throws std::runtime_error when the folder exists or a file cannot be
+    /// written.
+    LibraryShape write(const std::filesystem::path& package) const;
+
+    /// Counts what an existing package holds.
+    [[nodiscard]] static LibraryShape measure(const std::filesystem::path& package);
+
+private:
+    std::int64_t m_assets;
+};
+
+} // namespace lorekeep::bench

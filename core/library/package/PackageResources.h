@@ -1,7 +1,7 @@
 #pragma once
 
 #include "library/Asset.h"
-#include "library/package/SqliteStatement.h"
+#include "library/SqliteStatement.h"
 
 #include <filesystem>
 #include <memory>

@@ -4,37 +4,158 @@
 #include "base/Json.h"
 #include "base/JsonWriter.h"
 
-#include <fstream>
-#include <sstream>
+#include <rapidjson/error/en.h>
+#include <rapidjson/filereadstream.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+#include <cstdio>
 
 namespace lorekeep {
+namespace {
+
+/// The events of a manifest: the root object's "mode" string and "links" object of strings; anything else in
+/// the root object is passed over.
+class ManifestReader : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ManifestReader> {
+public:
+    std::optional<std::string> mode;
+    bool sawLinks = false;
+    LinkSet links;
+    std::optional<std::string> error;
+
+    bool Null() { return scalar(Kind::null, {}); }
+    bool Default() { return scalar(Kind::other, {}); }
+    bool String(const char* text, rapidjson::SizeType length, bool) { return scalar(Kind::string, {text, length}); }
+    bool Key(const char* text, rapidjson::SizeType length, bool) {
+        m_key.assign(text, length);
+        return true;
+    }
+    bool StartObject() {
+        if (m_skip == 0 && m_depth == 0) {
+            m_depth = 1;
+            return true;
+        }
+        if (m_skip == 0 && m_depth == 2)
+            return fail("the target of a link is not a string");
+        if (m_skip == 0 && m_depth == 1 && first(m_key == "links", m_linksSeen)) {
+            sawLinks = true;
+            m_depth = 2;
+            return true;
+        }
+        if (m_skip == 0 && m_depth == 1 && first(m_key == "mode", m_modeSeen))
+            return fail("\"mode\" is not a string");
+        ++m_skip;
+        return true;
+    }
+    bool EndObject(rapidjson::SizeType) {
+        if (m_skip > 0)
+            --m_skip;
+        else
+            --m_depth;
+        return true;
+    }
+    bool StartArray() {
+        if (m_skip == 0 && m_depth == 0)
+            return fail("the album manifest is not an object");
+        if (m_skip == 0 && m_depth == 2)
+            return fail("the target of a link is not a string");
+        if (m_skip == 0 && m_depth == 1 && first(m_key == "mode", m_modeSeen))
+            return fail("\"mode\" is not a string");
+        if (m_skip == 0 && m_depth == 1 && first(m_key == "links", m_linksSeen))
+            return fail("\"links\" is not an object");
+        ++m_skip;
+        return true;
+    }
+    bool EndArray(rapidjson::SizeType) {
+        --m_skip;
+        return true;
+    }
+
+private:
+    enum class Kind { null, string, other };
+
+    /// Whether this is the first member of that name: like a document's lookup, the first one counts.
+    static bool first(bool named, bool& seen) {
+        if (!named || seen)
+            return false;
+        seen = true;
+        return true;
+    }
+
+    bool scalar(Kind kind, std::string_view text) {
+        if (m_skip > 0)
+            return true;
+        if (m_depth == 0)
+            return fail("the album manifest is not an object");
+        if (m_depth == 2) {
+            if (kind != Kind::string)
+                return fail("the target of a link is not a string");
+            links.emplace(m_key, std::string(text));
+            return true;
+        }
+        // A null member counts as a missing one.
+        if (first(m_key == "mode", m_modeSeen)) {
+            if (kind == Kind::other)
+                return fail("\"mode\" is not a string");
+            if (kind == Kind::string)
+                mode = std::string(text);
+        } else if (first(m_key == "links", m_linksSeen) && kind != Kind::null) {
+            return fail("\"links\" is not an object");
+        }
+        return true;
+    }
+    bool fail(std::string text) {
+        error = std::move(text);
+        return false;
+    }
+
+    int m_depth = 0;
+    int m_skip = 0;
+    bool m_modeSeen = false;
+    bool m_linksSeen = false;
+    std::string m_key;
+};
+
+} // namespace
 
 std::filesystem::path AlbumManifest::location(const std::filesystem::path& root) {
     return root / ".lorekeep" / "album-links.json";
 }
 
 std::optional<AlbumManifest> AlbumManifest::load(const std::filesystem::path& root) {
-    std::ifstream in(location(root), std::ios::binary);
-    if (!in)
+    std::FILE* file = std::fopen(location(root).c_str(), "rb");
+    if (!file)
         return std::nullopt;
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad())
-        return std::nullopt;
+    char buffer[65536];
+    rapidjson::FileReadStream stream(file, buffer, sizeof buffer);
+    std::optional<AlbumManifest> manifest;
     try {
-        return fromJson(text.str());
+        manifest = read(stream);
     } catch (const JsonError&) {
-        return std::nullopt;
     }
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    return failed ? std::nullopt : manifest;
 }
 
 void AlbumManifest::save(const std::filesystem::path& root) const {
     const std::filesystem::path target = location(root);
     std::filesystem::create_directories(target.parent_path());
-    AtomicFile::write(target, toJson());
+    AtomicFile file(target);
+    write([&](std::string& text) { file.write(text); });
+    file.commit();
 }
 
 std::string AlbumManifest::toJson() const {
+    std::string json;
+    write([&](std::string& text) { json += text; });
+    return json;
+}
+
+template <typename Sink>
+void AlbumManifest::write(const Sink& sink) const {
+    // The text goes out in pieces: a large library's manifest is tens of megabytes.
+    constexpr std::size_t piece = 1 << 16;
     JsonWriter writer;
     writer.startObject();
     writer.key("mode");
@@ -44,29 +165,41 @@ std::string AlbumManifest::toJson() const {
     for (const auto& [link, target] : links) {
         writer.key(link);
         writer.string(target);
+        if (writer.output().size() >= piece) {
+            sink(writer.output());
+            writer.output().clear();
+        }
     }
     writer.endObject();
     writer.endObject();
-    return std::move(writer.output());
+    sink(writer.output());
 }
 
 AlbumManifest AlbumManifest::fromJson(std::string_view text) {
-    const rapidjson::Document document = json::parse(text);
-    const json::Value& object = json::asObject(document, "the album manifest");
-    AlbumManifest manifest;
-    const std::string mode = json::requiredString(object, "mode");
-    const auto parsed = linkModeFromString(mode);
-    if (!parsed)
-        throw JsonError("unknown link mode \"" + mode + "\"");
-    manifest.mode = *parsed;
-    for (const auto& member : json::requiredObject(object, "links").GetObject()) {
-        if (!member.value.IsString())
-            throw JsonError("the target of a link is not a string");
-        manifest.links.emplace_hint(manifest.links.end(),
-                                    std::string(member.name.GetString(), member.name.GetStringLength()),
-                                    std::string(member.value.GetString(), member.value.GetStringLength()));
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    return read(stream);
+}
+
+template <typename Stream>
+AlbumManifest AlbumManifest::read(Stream& stream) {
+    // Read event by event: the manifest of a large library holds hundreds of thousands of links, and a document
+    // of them beside the text would take several times their memory.
+    ManifestReader handler;
+    rapidjson::Reader reader;
+    if (!reader.Parse<rapidjson::kParseFullPrecisionFlag>(stream, handler)) {
+        if (handler.error)
+            throw JsonError(*handler.error);
+        throw JsonError(std::string("invalid JSON at offset ") + std::to_string(reader.GetErrorOffset()) + ": " +
+                        rapidjson::GetParseError_En(reader.GetParseErrorCode()));
     }
-    return manifest;
+    if (!handler.mode)
+        throw JsonError("\"mode\" is missing");
+    const auto mode = linkModeFromString(*handler.mode);
+    if (!mode)
+        throw JsonError("unknown link mode \"" + *handler.mode + "\"");
+    if (!handler.sawLinks)
+        throw JsonError("\"links\" is missing");
+    return AlbumManifest{*mode, std::move(handler.links)};
 }
 
 } // namespace lorekeep

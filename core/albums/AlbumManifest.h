@@ -34,6 +34,12 @@ struct AlbumManifest {
     [[nodiscard]] static AlbumManifest fromJson(std::string_view text);
 
     friend bool operator==(const AlbumManifest&, const AlbumManifest&) = default;
+
+private:
+    template <typename Stream>
+    static AlbumManifest read(Stream& stream);
+    template <typename Sink>
+    void write(const Sink& sink) const;
 };
 
 } // namespace lorekeep

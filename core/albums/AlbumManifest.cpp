@@ -10,6 +10,7 @@
 #include <rapidjson/reader.h>
 
 #include <cstdio>
+#include <functional>
 
 namespace lorekeep {
 namespace {
@@ -18,9 +19,13 @@ namespace {
 /// the root object is passed over.
 class ManifestReader : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ManifestReader> {
 public:
+    /// Takes each link in the order of the file; false stops the reading.
+    using Sink = std::function<bool(std::string_view link, std::string_view target)>;
+
+    explicit ManifestReader(Sink sink) : m_sink(std::move(sink)) {}
+
     std::optional<std::string> mode;
     bool sawLinks = false;
-    LinkSet links;
     std::optional<std::string> error;
 
     bool Null() { return scalar(Kind::null, {}); }
@@ -90,8 +95,7 @@ private:
         if (m_depth == 2) {
             if (kind != Kind::string)
                 return fail("the target of a link is not a string");
-            links.emplace(m_key, std::string(text));
-            return true;
+            return m_sink(m_key, text) || fail("stopped");
         }
         // A null member counts as a missing one.
         if (first(m_key == "mode", m_modeSeen)) {
@@ -109,6 +113,7 @@ private:
         return false;
     }
 
+    Sink m_sink;
     int m_depth = 0;
     int m_skip = 0;
     bool m_modeSeen = false;
@@ -128,10 +133,14 @@ std::optional<AlbumManifest> AlbumManifest::load(const std::filesystem::path& ro
         return std::nullopt;
     char buffer[65536];
     rapidjson::FileReadStream stream(file, buffer, sizeof buffer);
-    std::optional<AlbumManifest> manifest;
+    std::optional<AlbumManifest> manifest = AlbumManifest{};
     try {
-        manifest = read(stream);
+        manifest->mode = parse(stream, [&](std::string_view link, std::string_view target) {
+            manifest->links.emplace(link, target);
+            return true;
+        });
     } catch (const JsonError&) {
+        manifest.reset();
     }
     const bool failed = std::ferror(file) != 0;
     std::fclose(file);
@@ -177,14 +186,77 @@ void AlbumManifest::write(const Sink& sink) const {
 
 AlbumManifest AlbumManifest::fromJson(std::string_view text) {
     rapidjson::MemoryStream stream(text.data(), text.size());
-    return read(stream);
+    AlbumManifest manifest;
+    manifest.mode = parse(stream, [&](std::string_view link, std::string_view target) {
+        manifest.links.emplace(link, target);
+        return true;
+    });
+    return manifest;
+}
+
+std::optional<LinkChanges> AlbumManifest::changesTo(const std::filesystem::path& root, const LinkSet& desired) {
+    std::FILE* file = std::fopen(location(root).c_str(), "rb");
+    if (!file)
+        return std::nullopt;
+    // Our manifests are sorted: they are compared with the desired links while they are read, so that the links of
+    // a large library are never held twice.
+    LinkChanges changes;
+    auto want = desired.begin();
+    std::string previous;
+    bool sorted = true;
+    const auto compare = [&](std::string_view link, std::string_view target) {
+        if (!previous.empty() && link <= previous) {
+            sorted = false;
+            return false;
+        }
+        previous.assign(link);
+        while (want != desired.end() && want->first < link)
+            changes.added.push_back(want++);
+        if (want != desired.end() && want->first == link) {
+            if (want->second != target) {
+                changes.removed.emplace_back(link);
+                changes.added.push_back(want);
+            }
+            ++want;
+        } else {
+            changes.removed.emplace_back(link);
+        }
+        return true;
+    };
+    char buffer[65536];
+    rapidjson::FileReadStream stream(file, buffer, sizeof buffer);
+    std::optional<LinkMode> mode;
+    try {
+        mode = parse(stream, compare);
+    } catch (const JsonError&) {
+    }
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    if (!sorted) {
+        // Not one of ours, or edited by hand: compared the slow way.
+        const std::optional<AlbumManifest> manifest = load(root);
+        if (!manifest)
+            return std::nullopt;
+        changes = {.mode = manifest->mode};
+        previous.clear();
+        want = desired.begin();
+        for (const auto& [link, target] : manifest->links)
+            compare(link, target);
+        mode = manifest->mode;
+    }
+    if (failed || !mode)
+        return std::nullopt;
+    while (want != desired.end())
+        changes.added.push_back(want++);
+    changes.mode = *mode;
+    return changes;
 }
 
 template <typename Stream>
-AlbumManifest AlbumManifest::read(Stream& stream) {
+LinkMode AlbumManifest::parse(Stream& stream, const std::function<bool(std::string_view, std::string_view)>& sink) {
     // Read event by event: the manifest of a large library holds hundreds of thousands of links, and a document
     // of them beside the text would take several times their memory.
-    ManifestReader handler;
+    ManifestReader handler(sink);
     rapidjson::Reader reader;
     if (!reader.Parse<rapidjson::kParseFullPrecisionFlag>(stream, handler)) {
         if (handler.error)
@@ -199,7 +271,7 @@ AlbumManifest AlbumManifest::read(Stream& stream) {
         throw JsonError("unknown link mode \"" + *handler.mode + "\"");
     if (!handler.sawLinks)
         throw JsonError("\"links\" is missing");
-    return AlbumManifest{*mode, std::move(handler.links)};
+    return *mode;
 }
 
 } // namespace lorekeep

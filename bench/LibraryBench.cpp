@@ -45,7 +45,7 @@ namespace fs = std::filesystem;
 constexpr std::int64_t defaultAssets = 100'000;
 constexpr int editedAssets = 100;
 constexpr int changedMemberships = 100;
-constexpr int cacheVersion = 2;
+constexpr int cacheVersion = 3;
 constexpr double rssLimitMiB = 250 * 1e6 / (1024 * 1024);
 constexpr int referenceRepeats = 3;
 // The verification's defaults: at least 50 files, 2% of them.

@@ -10,6 +10,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -349,7 +350,11 @@ LibraryShape ScaledLibrary::write(const fs::path& package) const {
             for (int event = 0; event < eventsPerSeason; ++event) {
                 const int number = (year * seasonsPerYear + season) * eventsPerSeason + event;
                 const std::int64_t start = m_assets * number / events;
-                const auto length = static_cast<std::int64_t>(60 + mix(static_cast<std::uint64_t>(number)) % 180);
+                // Between 30% and 120% of the assets of its share of the time line: about 150 in a library of
+                // 100,000, as many in proportion in a smaller one.
+                const std::int64_t share = m_assets / events;
+                const auto length = std::max<std::int64_t>(
+                    1, share * static_cast<std::int64_t>(30 + mix(static_cast<std::uint64_t>(number)) % 91) / 100);
                 std::vector<std::int64_t> members;
                 for (std::int64_t index = start; index < std::min(m_assets, start + length); ++index)
                     members.push_back(keys[static_cast<std::size_t>(index)]);

@@ -33,15 +33,14 @@ AlbumResult AlbumLinker::link(PhotoLibrary& library, const BackupIndex& index, c
 }
 
 AlbumResult AlbumLinker::apply(LinkMode mode, const LinkSet& desired, const Progress& progress) const {
-    const std::optional<AlbumManifest> manifest = AlbumManifest::load(m_destination);
-    const bool incrementally = canIncrement(manifest, mode);
-    const LinkSet failed =
-        incrementally ? incremental(*manifest, mode, desired, progress) : rebuild(mode, desired, progress);
+    const std::optional<LinkChanges> changes = AlbumManifest::changesTo(m_destination, desired);
+    const bool incrementally = changes && canIncrement(changes->mode, mode);
+    const LinkSet failed = incrementally ? incremental(*changes, mode, progress) : rebuild(mode, desired, progress);
 
     AlbumResult result{.mode = mode};
     if (!writesLinks(mode))
         result.warnings.emplace_back(cannotHoldLinksWarning);
-    if (incrementally && failed.empty() && manifest->links == desired) {
+    if (incrementally && failed.empty() && changes->empty()) {
         // Nothing changed: the manifest on disk already says what the tree holds.
         result.links = static_cast<std::int64_t>(desired.size());
         result.albums = DesiredLinks::folderCount(desired);
@@ -88,38 +87,19 @@ LinkMode AlbumLinker::linkTest(const fs::path& destination) {
     return mode;
 }
 
-bool AlbumLinker::canIncrement(const std::optional<AlbumManifest>& manifest, LinkMode mode) const {
+bool AlbumLinker::canIncrement(LinkMode manifestMode, LinkMode mode) const {
     std::error_code error;
     // A "By Album" that is itself a symbolic link is never worked in: it would lead outside the destination.
-    return manifest && manifest->mode == mode &&
-           fs::symlink_status(byAlbum(), error).type() == fs::file_type::directory &&
+    return manifestMode == mode && fs::symlink_status(byAlbum(), error).type() == fs::file_type::directory &&
            itemExists(byAlbum() / markerName);
 }
 
-LinkSet AlbumLinker::incremental(const AlbumManifest& manifest, LinkMode mode, const LinkSet& desired,
-                                 const Progress& progress) const {
-    std::vector<std::string_view> toRemove;
-    std::vector<LinkSet::const_iterator> toAdd;
-    auto had = manifest.links.begin();
-    auto want = desired.begin();
-    while (had != manifest.links.end() || want != desired.end()) {
-        if (want == desired.end() || (had != manifest.links.end() && had->first < want->first)) {
-            toRemove.push_back((had++)->first);
-        } else if (had == manifest.links.end() || want->first < had->first) {
-            toAdd.push_back(want++);
-        } else {
-            if (had->second != want->second) {
-                toRemove.push_back(had->first);
-                toAdd.push_back(want);
-            }
-            ++had;
-            ++want;
-        }
-    }
-
+LinkSet AlbumLinker::incremental(const LinkChanges& changes, LinkMode mode, const Progress& progress) const {
+    const std::vector<std::string>& toRemove = changes.removed;
+    const std::vector<LinkSet::const_iterator>& toAdd = changes.added;
     Ticker ticker = Ticker::hundredths(static_cast<std::int64_t>(toRemove.size() + toAdd.size()), progress);
     LinkTree tree(m_destination, byAlbum(), mode, *m_aliases);
-    for (const std::string_view link : toRemove) {
+    for (const std::string& link : toRemove) {
         tree.remove(link);
         ticker.tick();
     }

@@ -57,9 +57,8 @@ public:
 
 private:
     std::filesystem::path byAlbum() const { return m_destination / Layout::byAlbum; }
-    bool canIncrement(const std::optional<AlbumManifest>& manifest, LinkMode mode) const;
-    LinkSet incremental(const AlbumManifest& manifest, LinkMode mode, const LinkSet& desired,
-                        const Progress& progress) const;
+    bool canIncrement(LinkMode manifestMode, LinkMode mode) const;
+    LinkSet incremental(const LinkChanges& changes, LinkMode mode, const Progress& progress) const;
     LinkSet rebuild(LinkMode mode, const LinkSet& desired, const Progress& progress) const;
     void swapIn(const std::filesystem::path& staging) const;
     bool writesLinks(LinkMode mode) const { return mode == LinkMode::symlink || m_aliases->canWrite(); }

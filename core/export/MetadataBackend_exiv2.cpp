@@ -7,7 +7,9 @@
 
 #include <cmath>
 #include <cstdio>
+#include <fstream>
 #include <mutex>
+#include <stdexcept>
 #include <string_view>
 
 namespace lorekeep {
@@ -246,6 +248,15 @@ void applyExif(const XmpMetadata& metadata, Exiv2::ExifData& exif) {
     }
 }
 
+std::string readWhole(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary | std::ios::ate);
+    const std::streamoff size = in ? static_cast<std::streamoff>(in.tellg()) : -1;
+    std::string bytes(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+    if (size < 0 || !in.seekg(0) || !in.read(bytes.data(), size))
+        throw std::runtime_error("cannot read " + file.string());
+    return bytes;
+}
+
 bool writes(int imageType, Exiv2::MetadataId kind) {
     const Exiv2::AccessMode mode = Exiv2::ImageFactory::checkMode(imageType, kind);
     return mode == Exiv2::amWrite || mode == Exiv2::amReadWrite;
@@ -262,14 +273,24 @@ public:
     bool canWrite() const override { return writes(m_imageType, Exiv2::mdXmp); }
 
     void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const override {
-        std::filesystem::copy_file(m_path, destination, std::filesystem::copy_options::overwrite_existing);
-        // Exiv2 rewrites only the metadata blocks of the copy; the image data is carried over byte for byte.
-        auto image = Exiv2::ImageFactory::open(destination.string());
+        // The image is read once and rewritten in memory, where Exiv2 changes only its metadata blocks and carries
+        // the image data over byte for byte; the result is written once.
+        const std::string original = readWhole(m_path);
+        auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(original.data()),
+                                               static_cast<long>(original.size()));
         image->readMetadata();
         applyXmp(metadata, image->xmpData());
         if (writes(m_imageType, Exiv2::mdExif))
             applyExif(metadata, image->exifData());
         image->writeMetadata();
+        Exiv2::BasicIo& io = image->io();
+        const long size = io.size();
+        const Exiv2::byte* bytes = io.mmap();
+        std::ofstream out(destination, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(bytes), size);
+        io.munmap();
+        if (!out.flush())
+            throw std::runtime_error("cannot write " + destination.string());
     }
 
 private:

@@ -1,6 +1,6 @@
 #include "run/AssetStep.h"
 
-#include "base/SafePath.h"
+#include "base/SafeFolders.h"
 #include "export/AssetMeta.h"
 #include "library/FilePlan.h"
 #include "run/Trash.h"
@@ -21,7 +21,8 @@ void append(std::vector<std::string>& lines, std::vector<std::string> more) {
 } // namespace
 
 AssetStep::AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now)
-    : m_library(library), m_root(std::move(root)), m_exporter(m_root, library), m_now(std::move(now)) {}
+    : m_library(library), m_root(std::move(root)), m_exporter(m_root, library), m_now(std::move(now)),
+      m_folders(m_root) {}
 
 bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
     if (!entry.modificationDate || !asset.modificationDate)
@@ -32,7 +33,7 @@ bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
 
 bool AssetStep::filesPresent(const IndexedAsset& entry) const {
     for (const IndexedFile& file : entry.files) {
-        const auto path = SafePath::resolve(m_root, file.relativePath);
+        const auto path = m_folders.resolve(file.relativePath);
         std::error_code error;
         if (!path || !std::filesystem::exists(*path, error))
             return false;

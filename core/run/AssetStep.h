@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Date.h"
+#include "base/SafeFolders.h"
 #include "export/AssetExporter.h"
 #include "index/BackupIndex.h"
 #include "library/PhotoLibrary.h"
@@ -40,6 +41,8 @@ private:
     std::filesystem::path m_root;
     AssetExporter m_exporter;
     std::function<Date()> m_now;
+    /// The presence test of a rescan only reads: each folder is resolved once per run.
+    mutable SafeFolders m_folders;
 };
 
 } // namespace lorekeep

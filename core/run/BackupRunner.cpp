@@ -107,6 +107,9 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
     walk();
     if (!stopRequested())
         removeLeavers();
+    // The album step of a large library needs the memory the walk's lists held.
+    IdentifierSet().swap(m_seen);
+    m_work = AssetList();
     finishIndex();
     if (!stopRequested())
         updateAlbums();

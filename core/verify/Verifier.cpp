@@ -1,7 +1,7 @@
 #include "verify/Verifier.h"
 
 #include "base/FileHash.h"
-#include "base/SafePath.h"
+#include "base/SafeFolders.h"
 #include "index/BackupIndex.h"
 #include "run/Preflight.h"
 
@@ -71,7 +71,9 @@ VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t mi
     };
     // A path that would lead outside the destination is never followed; it counts as a missing file, so the
     // next backup writes the asset again under a proper name.
-    const auto resolve = [&](const IndexedFile& file) { return SafePath::resolve(root, file.relativePath); };
+    // The passes only read; every folder of the destination is resolved once.
+    SafeFolders folders(root);
+    const auto resolve = [&](const IndexedFile& file) { return folders.resolve(file.relativePath); };
 
     report(0);
     std::int64_t handled = 0;

@@ -1,4 +1,5 @@
 #include "base/SafePath.h"
+#include "base/SafeFolders.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +35,13 @@ TEST(SafePath, refusesPathsWhoseFolderLeadsOutOfTheRootThroughALink) {
     EXPECT_FALSE(SafePath::resolve(root, "away/x"));
     EXPECT_FALSE(SafePath::resolve(root, "away/deeper/x"));
     EXPECT_FALSE(SafePath::resolve(root, "../root/inner/x"));
+
+    // Resolving folder by folder gives the same answers, for the first path of a folder and the ones after it.
+    SafeFolders folders(root);
+    for (const std::string& relative : {"inner/new/x"s, "inner/new/y"s, "alias/x"s, "alias/y"s, "link"s, "away/x"s,
+                                        "away/y"s, "away/deeper/x"s, "../root/inner/x"s, "inner/../away/x"s}) {
+        EXPECT_EQ(folders.resolve(relative), SafePath::resolve(root, relative)) << relative;
+    }
 }
 
 } // namespace

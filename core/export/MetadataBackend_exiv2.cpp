@@ -249,6 +249,13 @@ void applyExif(const XmpMetadata& metadata, Exiv2::ExifData& exif) {
     }
 }
 
+// Files up to this size are read whole before their type is known.
+constexpr std::uintmax_t wholeReadLimit = 32 << 20;
+
+bool isImageType(const std::string& mime) {
+    return !mime.starts_with("video/") && mime != "application/rdf+xml";
+}
+
 // A vector, whose buffer stays where it is when the vector is moved (Exiv2 reads from that buffer).
 std::vector<char> readWhole(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary | std::ios::ate);
@@ -310,10 +317,13 @@ public:
 
     std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const override {
         try {
-            // The type comes from the first bytes alone. Movies and XMP documents are not images; reading a movie
-            // would also walk the whole file.
-            const std::string mime = Exiv2::ImageFactory::open(file.string())->mimeType();
-            if (mime.starts_with("video/") || mime == "application/rdf+xml")
+            // Movies and XMP documents are not images. A file of a photo's size is read once and told apart in
+            // memory; a larger one by its first bytes first, so that a long movie is never read.
+            std::error_code error;
+            const std::uintmax_t size = std::filesystem::file_size(file, error);
+            if (error)
+                return nullptr;
+            if (size > wholeReadLimit && !isImageType(Exiv2::ImageFactory::open(file.string())->mimeType()))
                 return nullptr;
             std::vector<char> bytes = readWhole(file);
             // Exiv2 0.27 hands out a std::auto_ptr, later versions a std::unique_ptr.
@@ -321,6 +331,8 @@ public:
                 Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.data()),
                                           static_cast<long>(bytes.size()))
                     .release());
+            if (!isImageType(image->mimeType()))
+                return nullptr;
             image->readMetadata();
             // Some formats (HEIF and its kin) know their exact type only once their metadata has been read.
             std::string identifier = typeIdentifierFor(image->mimeType());

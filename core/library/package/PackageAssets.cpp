@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <mutex>
 #include <set>
+#include <span>
 
 namespace lorekeep {
 namespace {
@@ -42,34 +43,59 @@ std::optional<Date> date(const SqliteStatement& row, int column) {
 
 } // namespace
 
-/// Turns one row key into an Asset with a statement prepared once; shared by every list of one library.
+/// Turns row keys into Assets, up to rowsPerRead keys in one statement prepared once; shared by every list of one
+/// library. Each read is a statement of its own, so no read transaction outlives it.
 class PackageAssets::Reader {
 public:
     explicit Reader(std::shared_ptr<const PackageDatabase> database)
         : m_database(std::move(database)),
-          m_statement(m_database->sqlite().prepare(selectByKey(m_database->schema()))) {}
+          m_statement(m_database->sqlite().prepare(selectByKeys(m_database->schema()))) {}
 
-    Asset read(std::int64_t key) {
-        const std::lock_guard lock(m_mutex);
-        m_statement.reset();
-        m_statement.bind(1, key);
-        if (!m_statement.step())
-            throw LibraryError("An item left the Photos library while it was being read");
-        Asset asset = toAsset(m_statement);
-        m_statement.reset();
-        return asset;
+    /// The assets of the keys, in their order; nothing for a key without a row.
+    std::vector<std::optional<Asset>> read(std::span<const std::int64_t> keys) {
+        std::vector<std::pair<std::int64_t, Asset>> rows;
+        rows.reserve(keys.size());
+        {
+            const std::lock_guard lock(m_mutex);
+            const ResetOnExit reset{m_statement};
+            m_statement.reset();
+            // Placeholders left unbound are NULL, which matches no row.
+            for (std::size_t index = 0; index < keys.size() && index < rowsPerRead; ++index)
+                m_statement.bind(static_cast<int>(index) + 1, keys[index]);
+            while (m_statement.step())
+                rows.emplace_back(m_statement.integer(keyColumn), toAsset(m_statement));
+        }
+        std::sort(rows.begin(), rows.end(),
+                  [](const auto& left, const auto& right) { return left.first < right.first; });
+        std::vector<bool> taken(rows.size());
+        std::vector<std::optional<Asset>> result;
+        result.reserve(keys.size());
+        for (const std::int64_t key : keys) {
+            const auto found = std::lower_bound(
+                rows.begin(), rows.end(), key, [](const auto& row, std::int64_t wanted) { return row.first < wanted; });
+            if (found == rows.end() || found->first != key) {
+                result.emplace_back();
+                continue;
+            }
+            // A key listed twice gets a copy.
+            const auto index = static_cast<std::size_t>(found - rows.begin());
+            result.emplace_back(taken[index] ? found->second : std::move(found->second));
+            taken[index] = true;
+        }
+        return result;
     }
 
-private:
-    static std::string selectByKey(const PackageSchema& schema) {
-        return "SELECT a.ZUUID, " + PackageSchema::validDate("a.ZDATECREATED") + ", " +
+    /// What an Asset is made of, from the asset table under the alias "a"; the row key comes last.
+    static std::string columns(const PackageSchema& schema) {
+        return "a.ZUUID, " + PackageSchema::validDate("a.ZDATECREATED") + ", " +
                PackageSchema::validDate(schema.assetColumn("ZMODIFICATIONDATE", "NULL")) + ", a.ZKIND, " +
                schema.assetColumn("ZKINDSUBTYPE", "0") + ", " + schema.assetColumn("ZLATITUDE", "NULL") + ", " +
                schema.assetColumn("ZLONGITUDE", "NULL") + ", " + schema.assetColumn("ZLOCATIONDATA", "NULL") + ", " +
-               schema.assetColumn("ZFAVORITE", "0") + ", a.ZHIDDEN, " + schema.sharedCondition() + " FROM " +
-               schema.assetTable + " a WHERE a.Z_PK = ?";
+               schema.assetColumn("ZFAVORITE", "0") + ", a.ZHIDDEN, " + schema.sharedCondition() + ", a.Z_PK";
     }
+    static constexpr int keyColumn = 11;
 
+    /// A row of columns().
     static Asset toAsset(const SqliteStatement& row) {
         Asset asset;
         asset.localIdentifier = LocalIdentifier::make(row.text(0), LocalIdentifier::Kind::asset);
@@ -89,22 +115,55 @@ private:
         return asset;
     }
 
+private:
+    static std::string selectByKeys(const PackageSchema& schema) {
+        std::string placeholders = "?";
+        for (std::size_t index = 1; index < rowsPerRead; ++index)
+            placeholders += ", ?";
+        return "SELECT " + columns(schema) + " FROM " + schema.assetTable + " a WHERE a.Z_PK IN (" + placeholders + ")";
+    }
+
+    struct ResetOnExit {
+        SqliteStatement& statement;
+        ~ResetOnExit() { statement.reset(); }
+    };
+
     std::shared_ptr<const PackageDatabase> m_database;
     std::mutex m_mutex;
     SqliteStatement m_statement;
 };
 
+/// A list of row keys whose Assets are read a batch at a time: the batch that holds the asset asked for and the
+/// ones after it, so that a walk through the list costs one statement per rowsPerRead assets and the list never
+/// holds more than one batch.
 class PackageAssets::Source final : public AssetList::Source {
 public:
-    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys)
-        : m_reader(std::move(reader)), m_keys(std::move(keys)) {}
+    /// `first` holds the Assets of the first keys when the fetch read them already.
+    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first)
+        : m_reader(std::move(reader)), m_keys(std::move(keys)), m_batch(std::move(first)) {}
 
     std::size_t count() const override { return m_keys.size(); }
-    Asset at(std::size_t index) const override { return m_reader->read(m_keys.at(index)); }
+
+    Asset at(std::size_t index) const override {
+        (void)m_keys.at(index);
+        const std::lock_guard lock(m_mutex);
+        if (index < m_first || index - m_first >= m_batch.size()) {
+            const std::size_t size = std::min(rowsPerRead, m_keys.size() - index);
+            m_batch = m_reader->read(std::span(m_keys).subspan(index, size));
+            m_first = index;
+        }
+        const std::optional<Asset>& asset = m_batch[index - m_first];
+        if (!asset)
+            throw LibraryError("An item left the Photos library while it was being read");
+        return *asset;
+    }
 
 private:
     std::shared_ptr<Reader> m_reader;
     std::vector<std::int64_t> m_keys;
+    mutable std::mutex m_mutex;
+    mutable std::size_t m_first = 0;
+    mutable std::vector<std::optional<Asset>> m_batch;
 };
 
 PackageAssets::PackageAssets(std::shared_ptr<const PackageDatabase> database)
@@ -227,20 +286,39 @@ AssetList PackageAssets::fetchInAlbum(std::int64_t albumKey, const FetchOptions&
     const PackageSchema& schema = m_database->schema();
     const std::string order = options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") + " DESC, a.Z_PK"
                                                   : "m." + schema.membershipOrderColumn + ", a.Z_PK";
-    SqliteStatement statement = m_database->sqlite().prepare(
-        "SELECT a.Z_PK FROM " + schema.membershipTable + " m JOIN " + schema.assetTable + " a ON a.Z_PK = m." +
-        schema.membershipAssetColumn + " WHERE m." + schema.membershipAlbumColumn + " = ? AND " + conditions(options) +
-        " ORDER BY " + order);
-    statement.bind(1, albumKey);
+    // The rows are at hand while the album's are found: the first batch of the list is made from them.
+    const std::string sql = "SELECT " + Reader::columns(schema) + " FROM " + schema.membershipTable + " m JOIN " +
+                            schema.assetTable + " a ON a.Z_PK = m." + schema.membershipAssetColumn + " WHERE m." +
+                            schema.membershipAlbumColumn + " = ? AND " + conditions(options) + " ORDER BY " + order;
     std::vector<std::int64_t> keys;
-    while (statement.step())
-        keys.push_back(statement.integer(0));
-    return list(std::move(keys));
+    std::vector<std::optional<Asset>> first;
+    {
+        const std::lock_guard lock(m_mutex);
+        auto found = m_albumQueries.find(sql);
+        if (found == m_albumQueries.end())
+            found = m_albumQueries.emplace(sql, m_database->sqlite().prepare(sql)).first;
+        SqliteStatement& statement = found->second;
+        statement.reset();
+        statement.bind(1, albumKey);
+        try {
+            while (statement.step()) {
+                keys.push_back(statement.integer(Reader::keyColumn));
+                if (first.size() < rowsPerRead)
+                    first.emplace_back(Reader::toAsset(statement));
+            }
+        } catch (...) {
+            statement.reset();
+            throw;
+        }
+        // A statement left on its last row would hold its read transaction open.
+        statement.reset();
+    }
+    return list(std::move(keys), std::move(first));
 }
 
-AssetList PackageAssets::list(std::vector<std::int64_t> keys) const {
+AssetList PackageAssets::list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first) const {
     keys.shrink_to_fit();
-    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys)));
+    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys), std::move(first)));
 }
 
 } // namespace lorekeep

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "library/PhotoLibrary.h"
+#include "library/SqliteStatement.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,8 +16,9 @@ namespace lorekeep {
 
 class PackageDatabase;
 
-/// The asset rows of a library database as Assets. Fetches find the matching rows' keys in one query and make
-/// each Asset only when the list is asked for it, so a list holds eight bytes per asset.
+/// The asset rows of a library database as Assets. Fetches find the matching rows' keys in one query and make the
+/// Assets only when the list is asked for them, rowsPerRead at a time, so a list holds eight bytes per asset and
+/// one batch.
 class PackageAssets {
 public:
     explicit PackageAssets(std::shared_ptr<const PackageDatabase> database);
@@ -22,6 +27,9 @@ public:
     [[nodiscard]] AssetList fetch(const FetchOptions& options) const;
     [[nodiscard]] AssetList fetch(const std::vector<std::string>& identifiers, const FetchOptions& options) const;
     [[nodiscard]] AssetList fetchInAlbum(std::int64_t albumKey, const FetchOptions& options) const;
+
+    /// How many assets of a list are read in one statement.
+    static constexpr std::size_t rowsPerRead = 256;
 
     /// Mapping of the database's values to the platform's.
     [[nodiscard]] static MediaType mediaType(std::int64_t kind);
@@ -32,10 +40,13 @@ private:
     class Source;
 
     [[nodiscard]] std::string conditions(const FetchOptions& options) const;
-    [[nodiscard]] AssetList list(std::vector<std::int64_t> keys) const;
+    [[nodiscard]] AssetList list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first = {}) const;
 
     std::shared_ptr<const PackageDatabase> m_database;
     std::shared_ptr<Reader> m_reader;
+    /// The album fetch, prepared once per set of conditions and order: an album walk asks for every album.
+    mutable std::mutex m_mutex;
+    mutable std::map<std::string, SqliteStatement, std::less<>> m_albumQueries;
 };
 
 } // namespace lorekeep

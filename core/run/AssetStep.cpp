@@ -33,9 +33,7 @@ bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
 
 bool AssetStep::filesPresent(const IndexedAsset& entry) const {
     for (const IndexedFile& file : entry.files) {
-        const auto path = m_folders.resolve(file.relativePath);
-        std::error_code error;
-        if (!path || !std::filesystem::exists(*path, error))
+        if (!m_folders.exists(file.relativePath))
             return false;
     }
     return true;

@@ -2,6 +2,7 @@
 
 #include "albums/SiblingNames.h"
 #include "base/SafePath.h"
+#include "index/IndexLookup.h"
 #include "run/Layout.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ namespace {
 class Walk {
 public:
     Walk(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter)
-        : m_library(library), m_index(index), m_filter(filter) {}
+        : m_library(library), m_entries(index), m_filter(filter) {}
 
     void collections(const std::vector<Collection>& level, const std::string& path) {
         SiblingNames siblings;
@@ -46,7 +47,7 @@ private:
     void album(const std::string& id, const std::string& path) {
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
         for (std::size_t i = 0; i < assets.count(); ++i) {
-            const IndexedAsset* entry = m_index.find(assets.at(i).localIdentifier);
+            const IndexedAsset* entry = m_entries.find(assets.at(i).localIdentifier);
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {
@@ -69,7 +70,8 @@ private:
     }
 
     PhotoLibrary& m_library;
-    const BackupIndex& m_index;
+    /// Albums hold the same assets many times over, in an order unrelated to the index's.
+    const IndexLookup m_entries;
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;

@@ -39,8 +39,10 @@ bool AssetStep::filesPresent(const IndexedAsset& entry) const {
     return true;
 }
 
-AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan) const {
-    const IndexedAsset* entry = state.index.find(asset.localIdentifier);
+AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan,
+                                     const IndexLookup* entries) const {
+    const IndexedAsset* entry =
+        entries ? entries->find(asset.localIdentifier) : state.index.find(asset.localIdentifier);
     if (entry && isUnchanged(*entry, asset) && (!fullRescan || filesPresent(*entry))) {
         state.progress.skipped += 1;
         return Outcome::skipped;

@@ -1,6 +1,7 @@
 #include "run/BackupRunner.h"
 
 #include "albums/AlbumLinker.h"
+#include "index/IndexLookup.h"
 #include "library/ScopeQuery.h"
 #include "run/AssetStep.h"
 #include "run/ChangeTracker.h"
@@ -11,12 +12,13 @@
 
 #include <fstream>
 #include <iterator>
-#include <set>
+#include <unordered_set>
 
 namespace lorekeep {
 namespace {
 
-using IdentifierSet = std::set<std::string, std::less<>>;
+/// Only asked whether it holds an identifier, once per asset of a large library.
+using IdentifierSet = std::unordered_set<std::string>;
 
 void append(std::vector<std::string>& lines, std::vector<std::string> more) {
     lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
@@ -161,8 +163,11 @@ void Run::chooseMode() {
 
 void Run::walk() {
     const AssetStep step(m_library, m_root, m_clock);
+    // Entries are only added or replaced during the walk, never removed.
+    const IndexLookup entries(m_state.index);
     const bool fullRescan = !m_changes;
     const std::size_t count = m_work.count();
+    m_seen.reserve(count);
     for (std::size_t position = 0; position < count; ++position) {
         if (stopRequested())
             return;
@@ -171,7 +176,7 @@ void Run::walk() {
             m_state.progress.excluded += 1;
         } else {
             m_seen.insert(asset.localIdentifier);
-            step.handle(asset, m_state, fullRescan);
+            step.handle(asset, m_state, fullRescan, &entries);
         }
         m_state.progress.done = static_cast<std::int64_t>(position) + 1;
         report();

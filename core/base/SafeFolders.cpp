@@ -52,6 +52,15 @@ bool SafeFolders::exists(std::string_view relative) {
             ++m_open;
     }
     const std::string_view name = part.empty() ? relative : relative.substr(part.size() + 1);
+    if (folder.descriptor >= 0 && !folder.listing) {
+        // Names in a folder that cannot be searched cannot be looked up, listed or not.
+        folder.listing = ::faccessat(folder.descriptor, ".", X_OK, AT_EACCESS) == 0
+                             ? FolderListing::read(folder.descriptor)
+                             : FolderListing();
+        m_listed = true;
+    }
+    if (folder.listing && folder.listing->holds(name))
+        return true;
     std::array<char, 256> terminated{};
     if (folder.descriptor >= 0 && name.size() < terminated.size()) {
         std::copy(name.begin(), name.end(), terminated.begin());
@@ -64,11 +73,20 @@ bool SafeFolders::exists(std::string_view relative) {
     return std::filesystem::exists(m_root / std::filesystem::path(relative), error);
 }
 
+void SafeFolders::forgetListings() {
+    if (!m_listed)
+        return;
+    for (auto& [path, folder] : m_folders)
+        folder.listing.reset();
+    m_listed = false;
+}
+
 void SafeFolders::closeFolders() {
     for (auto& [path, folder] : m_folders) {
         if (folder.descriptor >= 0)
             ::close(folder.descriptor);
         folder.descriptor = -1;
+        folder.listing.reset();
     }
     m_open = 0;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FolderListing.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -23,11 +25,13 @@ public:
     [[nodiscard]] std::optional<std::filesystem::path> resolve(std::string_view relative);
 
     /// Whether there is something at a path that resolve() accepts, a symbolic link counting when what it points
-    /// at is there; false for a path that resolve() refuses. The folder is held open once it is found, so a path
-    /// costs one look-up of its name, as listing the folder would.
+    /// at is there; false for a path that resolve() refuses. The folder is held open once it is found and listed
+    /// at the first question, so most paths cost no file-system call; a name the listing lacks is looked up.
     [[nodiscard]] bool exists(std::string_view relative);
+    /// Drops the folder listings, for a pass that has itself moved or removed files since they were read.
+    void forgetListings();
 
-    /// Folders held open at most at once; more are opened again when needed.
+    /// Folders held open (and listed) at most at once; more are opened again when needed.
     static constexpr std::size_t openFolderLimit = 64;
 
 private:
@@ -35,6 +39,7 @@ private:
         bool inside = false;
         /// The open folder, or -1.
         int descriptor = -1;
+        std::optional<FolderListing> listing;
     };
 
     /// The entry of the folder that holds a safe relative path, resolved when it is first met.
@@ -45,6 +50,7 @@ private:
     /// By folder (the relative path up to its last "/").
     std::unordered_map<std::string, Folder> m_folders;
     std::size_t m_open = 0;
+    bool m_listed = false;
 };
 
 } // namespace lorekeep

@@ -48,6 +48,8 @@ AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool f
         return Outcome::skipped;
     }
     const Outcome outcome = copy(asset, state);
+    // The export and the moves into "_deleted" changed folders that the presence test may have listed.
+    m_folders.forgetListings();
     if (outcome == Outcome::copied)
         state.progress.copied += 1;
     else

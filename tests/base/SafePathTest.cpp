@@ -65,10 +65,17 @@ TEST(SafePath, findsFilesOnlyInFoldersInsideTheRoot) {
          {"away/x.jpg"s, "inner/b.jpg"s, "inner/dangling.jpg"s, "inner/../top.jpg"s, "new/c.jpg"s, "inner/a.jpg/x"s}) {
         EXPECT_FALSE(folders.exists(relative)) << relative;
     }
-    // A folder made after it was first asked for, and more folders than are held open at once.
+    // A folder made after it was first asked for, a file added to a folder already listed, one taken away (seen
+    // once the listings are forgotten), and more folders than are held open at once.
     std::filesystem::create_directories(root / "new");
     test::writeFile(root / "new/c.jpg", "c");
     EXPECT_TRUE(folders.exists("new/c.jpg"));
+    test::writeFile(root / "inner/b.jpg", "b");
+    EXPECT_TRUE(folders.exists("inner/b.jpg"));
+    std::filesystem::remove(root / "inner/a.jpg");
+    folders.forgetListings();
+    EXPECT_FALSE(folders.exists("inner/a.jpg"));
+    EXPECT_FALSE(folders.exists("alias/a.jpg"));
     for (int round = 0; round < 2; ++round) {
         for (std::size_t number = 0; number < SafeFolders::openFolderLimit + 5; ++number) {
             const std::string folder = "many/" + std::to_string(number);

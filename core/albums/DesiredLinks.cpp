@@ -66,7 +66,8 @@ private:
             return;
         }
         const std::string_view name = std::string_view(target).substr(target.rfind('/') + 1);
-        result.links.try_emplace(folder + "/" + std::string(name), target);
+        m_link.assign(folder).append("/").append(name);
+        result.links.try_emplace(m_link, target);
     }
 
     PhotoLibrary& m_library;
@@ -75,6 +76,8 @@ private:
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
+    /// The link path being added, kept to spare an allocation per link.
+    std::string m_link;
 };
 
 } // namespace
@@ -87,9 +90,15 @@ DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& ind
 
 std::int64_t DesiredLinks::folderCount(const LinkSet& links) {
     std::unordered_set<std::string_view> folders;
+    std::string_view previous;
     for (const auto& [link, target] : links) {
         const std::size_t slash = link.rfind('/');
-        folders.insert(slash == std::string::npos ? std::string_view() : std::string_view(link).substr(0, slash));
+        const std::string_view folder =
+            slash == std::string::npos ? std::string_view() : std::string_view(link).substr(0, slash);
+        // The links of one folder mostly come one after another.
+        if (folder != previous || folders.empty())
+            folders.insert(folder);
+        previous = folder;
     }
     return static_cast<std::int64_t>(folders.size());
 }

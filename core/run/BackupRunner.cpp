@@ -11,6 +11,7 @@
 #include "run/Trash.h"
 
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <unordered_set>
 
@@ -58,6 +59,8 @@ private:
     void finishIndex();
     void updateAlbums();
     bool albumsNeeded() const;
+    /// The albums that get folders: the scope's, or all of them.
+    AlbumFilter albumFilter() const;
     bool changedIndex() const { return m_state.progress.copied > 0 || m_state.progress.removed > 0; }
     void saveIndex(bool albumsOwed);
 
@@ -92,6 +95,8 @@ private:
     /// An earlier run changed the index but did not get through its album step.
     bool m_albumsOwed = false;
     std::optional<AlbumResult> m_albums;
+    /// The album step's links, being worked out; last, so that they are waited for before the state goes.
+    std::future<DesiredLinks> m_links;
 };
 
 BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter) {
@@ -221,9 +226,16 @@ void Run::finishIndex() {
         index.scopeKey = m_scopeKey;
         index.lastSuccessfulRun = m_clock();
     }
+    // The album step's links are worked out from the library and the finished index while the index is written:
+    // both only read it. Should the write fail, they are waited for and dropped.
+    std::future<DesiredLinks> links;
+    if (!m_cancelled && albumsNeeded())
+        links = std::async(std::launch::async,
+                           [this] { return DesiredLinks::compute(m_library, m_state.index, albumFilter()); });
     // After a cancelled run the old token shows album changes again, but not the assets this one copied.
     saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
     m_state.lastSave = m_clock();
+    m_links = std::move(links);
 }
 
 void Run::saveIndex(bool albumsOwed) {
@@ -239,6 +251,13 @@ void Run::saveIndex(bool albumsOwed) {
     m_state.index.save(m_root);
 }
 
+AlbumFilter Run::albumFilter() const {
+    AlbumFilter filter;
+    if (m_scope.albumIDs)
+        filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
+    return filter;
+}
+
 bool Run::albumsNeeded() const {
     if (!m_changes || m_changes->albumsChanged || m_albumsOwed)
         return true;
@@ -252,16 +271,14 @@ void Run::updateAlbums() {
         return;
     m_state.progress.updatingAlbums = true;
     report();
-    AlbumFilter filter;
-    if (m_scope.albumIDs)
-        filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
     try {
-        AlbumResult result =
-            AlbumLinker(m_root).link(m_library, m_state.index, filter, [&](std::int64_t done, std::int64_t total) {
-                m_state.progress.albumDone = done;
-                m_state.progress.albumTotal = total;
-                report();
-            });
+        DesiredLinks desired =
+            m_links.valid() ? m_links.get() : DesiredLinks::compute(m_library, m_state.index, albumFilter());
+        AlbumResult result = AlbumLinker(m_root).link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
+            m_state.progress.albumDone = done;
+            m_state.progress.albumTotal = total;
+            report();
+        });
         append(m_state.warnings, result.warnings);
         m_albums = std::move(result);
         std::error_code ignored;

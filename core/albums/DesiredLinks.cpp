@@ -46,28 +46,46 @@ private:
 
     void album(const std::string& id, const std::string& path) {
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
+        m_files.clear();
         for (std::size_t i = 0; i < assets.count(); ++i) {
             const IndexedAsset* entry = m_entries.find(assets.at(i).localIdentifier);
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {
-                add(path, file.relativePath);
+                take(file.relativePath);
                 if (file.xmpPath)
-                    add(path, *file.xmpPath);
+                    take(*file.xmpPath);
             }
         }
+        add(path);
     }
 
-    void add(const std::string& folder, const std::string& target) {
+    /// Notes a file for the album being walked, or warns about a path that must not be linked.
+    void take(const std::string& target) {
         // Index entries never lie in the engine's own folders; one that does came from a damaged or foreign index.
         if (!SafePath::isSafeRelative(target) || Layout::isReserved(target)) {
             if (m_reported.insert(target).second)
                 result.warnings.push_back("Album folders: " + SafePath::skippedWarning(target));
             return;
         }
-        const std::string_view name = std::string_view(target).substr(target.rfind('/') + 1);
-        m_link.assign(folder).append("/").append(name);
-        result.links.try_emplace(m_link, target);
+        m_files.emplace_back(std::string_view(target).substr(target.rfind('/') + 1), &target);
+    }
+
+    /// Adds the album's links: where two files have the same name, the first one keeps it.
+    void add(const std::string& folder) {
+        // Sorted, the album's links go into the set one after another, each right after the one before.
+        std::stable_sort(m_files.begin(), m_files.end(),
+                         [](const auto& left, const auto& right) { return left.first < right.first; });
+        LinkSet& links = result.links;
+        LinkSet::iterator hint = links.end();
+        for (std::size_t i = 0; i < m_files.size(); ++i) {
+            if (i > 0 && m_files[i].first == m_files[i - 1].first)
+                continue;
+            m_link.assign(folder).append("/").append(m_files[i].first);
+            if (i == 0)
+                hint = links.lower_bound(m_link);
+            hint = std::next(links.try_emplace(hint, m_link, *m_files[i].second));
+        }
     }
 
     PhotoLibrary& m_library;
@@ -76,6 +94,8 @@ private:
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
+    /// The files of the album being walked: name and path below the destination, in the order met.
+    std::vector<std::pair<std::string_view, const std::string*>> m_files;
     /// The link path being added, kept to spare an allocation per link.
     std::string m_link;
 };

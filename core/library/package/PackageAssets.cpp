@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <future>
 #include <mutex>
 #include <set>
@@ -313,36 +314,99 @@ AssetList PackageAssets::fetch(const std::vector<std::string>& identifiers, cons
 
 AssetList PackageAssets::fetchInAlbum(std::int64_t albumKey, const FetchOptions& options) const {
     const PackageSchema& schema = m_database->schema();
-    const std::string order = options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") + " DESC, a.Z_PK"
-                                                  : "m." + schema.membershipOrderColumn + ", a.Z_PK";
-    // The rows are at hand while the album's are found: the first batch of the list is made from them.
-    const std::string sql = "SELECT " + Reader::columns(schema) + " FROM " + schema.membershipTable + " m JOIN " +
-                            schema.assetTable + " a ON a.Z_PK = m." + schema.membershipAssetColumn + " WHERE m." +
-                            schema.membershipAlbumColumn + " = ? AND " + conditions(options) + " ORDER BY " + order;
+    const std::string from = " FROM " + schema.membershipTable + " m JOIN " + schema.assetTable + " a ON a.Z_PK = m." +
+                             schema.membershipAssetColumn + " WHERE m." + schema.membershipAlbumColumn + " = ? AND " +
+                             conditions(options);
+    const std::string sortValue =
+        options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") : "m." + schema.membershipOrderColumn;
+    // The rows are at hand while the album's are found: the first batch of the list is made from them. They are
+    // put in order here, which costs a small album much less than a sort in SQLite.
+    std::vector<AlbumRow> rows;
+    std::vector<Asset> assets;
+    readAlbum("SELECT " + Reader::columns(schema) + ", " + sortValue + from, albumKey, [&](const SqliteStatement& row) {
+        const int column = Reader::keyColumn + 1;
+        rows.push_back(
+            {row.integer(Reader::keyColumn), row.type(column), row.integer(column), row.real(column), assets.size()});
+        if (assets.size() < rowsPerRead)
+            assets.push_back(Reader::toAsset(row));
+    });
+    if (!sortAlbum(rows, options.newestFirst)) {
+        // Values that only SQLite knows how to order.
+        rows.clear();
+        assets.clear();
+        const std::string order = options.newestFirst ? sortValue + " DESC, a.Z_PK" : sortValue + ", a.Z_PK";
+        readAlbum("SELECT " + Reader::columns(schema) + from + " ORDER BY " + order, albumKey,
+                  [&](const SqliteStatement& row) {
+                      rows.push_back({row.integer(Reader::keyColumn), {}, 0, 0, assets.size()});
+                      if (assets.size() < rowsPerRead)
+                          assets.push_back(Reader::toAsset(row));
+                  });
+    }
     std::vector<std::int64_t> keys;
+    keys.reserve(rows.size());
     std::vector<std::optional<Asset>> first;
-    {
-        const std::lock_guard lock(m_mutex);
-        auto found = m_albumQueries.find(sql);
-        if (found == m_albumQueries.end())
-            found = m_albumQueries.emplace(sql, m_database->sqlite().prepare(sql)).first;
-        SqliteStatement& statement = found->second;
-        statement.reset();
-        statement.bind(1, albumKey);
-        try {
-            while (statement.step()) {
-                keys.push_back(statement.integer(Reader::keyColumn));
-                if (first.size() < rowsPerRead)
-                    first.emplace_back(Reader::toAsset(statement));
-            }
-        } catch (...) {
-            statement.reset();
-            throw;
-        }
-        // A statement left on its last row would hold its read transaction open.
-        statement.reset();
+    for (const AlbumRow& row : rows) {
+        keys.push_back(row.key);
+        // The first batch, when every one of its rows was kept.
+        if (first.size() < rowsPerRead && rows.size() <= rowsPerRead)
+            first.emplace_back(std::move(assets[row.read]));
     }
     return list(std::move(keys), std::move(first));
+}
+
+void PackageAssets::readAlbum(const std::string& sql, std::int64_t albumKey,
+                              const std::function<void(const SqliteStatement&)>& row) const {
+    const std::lock_guard lock(m_mutex);
+    auto found = m_albumQueries.find(sql);
+    if (found == m_albumQueries.end())
+        found = m_albumQueries.emplace(sql, m_database->sqlite().prepare(sql)).first;
+    SqliteStatement& statement = found->second;
+    statement.reset();
+    statement.bind(1, albumKey);
+    try {
+        while (statement.step())
+            row(statement);
+    } catch (...) {
+        statement.reset();
+        throw;
+    }
+    // A statement left on a row would hold its read transaction open.
+    statement.reset();
+}
+
+bool PackageAssets::sortAlbum(std::vector<AlbumRow>& rows, bool newestFirst) {
+    using Type = SqliteStatement::Type;
+    // SQLite puts NULL before every number and compares integers and reals by value; anything else is left to it.
+    if (newestFirst) {
+        if (std::any_of(rows.begin(), rows.end(), [](const AlbumRow& row) {
+                return row.type != Type::null && row.type != Type::integer && row.type != Type::real;
+            }))
+            return false;
+        // Newest first, rows without a date last; a valid date is exact as a double.
+        std::sort(rows.begin(), rows.end(), [](const AlbumRow& left, const AlbumRow& right) {
+            const bool leftNull = left.type == Type::null;
+            const bool rightNull = right.type == Type::null;
+            if (leftNull != rightNull)
+                return rightNull;
+            if (!leftNull && left.real != right.real)
+                return left.real > right.real;
+            return left.key < right.key;
+        });
+        return true;
+    }
+    if (std::any_of(rows.begin(), rows.end(),
+                    [](const AlbumRow& row) { return row.type != Type::null && row.type != Type::integer; }))
+        return false;
+    std::sort(rows.begin(), rows.end(), [](const AlbumRow& left, const AlbumRow& right) {
+        const bool leftNull = left.type == Type::null;
+        const bool rightNull = right.type == Type::null;
+        if (leftNull != rightNull)
+            return leftNull;
+        if (!leftNull && left.integer != right.integer)
+            return left.integer < right.integer;
+        return left.key < right.key;
+    });
+    return true;
 }
 
 AssetList PackageAssets::list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first) const {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -39,7 +40,22 @@ private:
     class Reader;
     class Source;
 
+    /// A member of an album: its row key, the value it is ordered by, and where its Asset was kept.
+    struct AlbumRow {
+        std::int64_t key = 0;
+        SqliteStatement::Type type = SqliteStatement::Type::null;
+        std::int64_t integer = 0;
+        double real = 0;
+        std::size_t read = 0;
+    };
+
     [[nodiscard]] std::string conditions(const FetchOptions& options) const;
+    /// Runs an album query, prepared once, handing each row to `row`.
+    void readAlbum(const std::string& sql, std::int64_t albumKey,
+                   const std::function<void(const SqliteStatement&)>& row) const;
+    /// Puts album rows in SQLite's order (by the value, then by key; newest first); false when a value is of a kind
+    /// that only SQLite orders.
+    [[nodiscard]] static bool sortAlbum(std::vector<AlbumRow>& rows, bool newestFirst);
     [[nodiscard]] AssetList list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first = {}) const;
 
     std::shared_ptr<const PackageDatabase> m_database;

@@ -383,5 +383,31 @@ TEST(PackageAssetLists, readLongListsInBatchesInTheirOwnOrder) {
     EXPECT_EQ(list.at(copies - 1).localIdentifier, newestFirst.back());
 }
 
+TEST(PackageAssetLists, putAlbumsInTheOrderOfTheirValuesAsSqliteDoes) {
+    test::TempDir dir;
+    const std::filesystem::path package = test::copyLibraryDatabase(library26, dir.path());
+    test::LibraryWriter writer(package);
+    // "Pumpkin Farm" (album row 5) holds 1EB2B765, F12384F6 and D79B8D77 at 1024, 2048 and 3072. Added: 8846E3E6
+    // (row 13, no creation date) without a place, and 6191423D (row 7) at the place of F12384F6 (row 4).
+    writer.run("INSERT INTO Z_33ASSETS VALUES (5, 13, NULL); INSERT INTO Z_33ASSETS VALUES (5, 7, 2048);");
+    PhotosPackageLibrary library(package);
+    const std::vector<Collection> top = library.topLevelCollections();
+    const Collection* pumpkins = named(top, "Pumpkin Farm", CollectionKind::album);
+    ASSERT_TRUE(pumpkins);
+    const auto members = [&](const FetchOptions& options) {
+        std::vector<std::string> result;
+        const AssetList list = library.fetchAssetsInAlbum(pumpkins->localIdentifier, options);
+        for (std::size_t index = 0; index < list.count(); ++index)
+            result.push_back(list.at(index).localIdentifier.substr(0, 8));
+        return result;
+    };
+    EXPECT_THAT(members(FetchOptions{}), ElementsAre("8846E3E6", "1EB2B765", "F12384F6", "6191423D", "D79B8D77"));
+    EXPECT_THAT(members(FetchOptions{.newestFirst = true}),
+                ElementsAre("6191423D", "1EB2B765", "D79B8D77", "F12384F6", "8846E3E6"));
+    // A place that is not a number goes after all numbers.
+    writer.run("UPDATE Z_33ASSETS SET Z_FOK_3ASSETS = 'last' WHERE Z_33ALBUMS = 5 AND Z_3ASSETS = 2");
+    EXPECT_THAT(members(FetchOptions{}), ElementsAre("8846E3E6", "F12384F6", "6191423D", "D79B8D77", "1EB2B765"));
+}
+
 } // namespace
 } // namespace lorekeep

@@ -46,8 +46,10 @@ private:
         AlbumFolders::Album& album = result.albums.emplace_back();
         album.path = path;
         album.assets.reserve(assets.count());
-        for (std::size_t i = 0; i < assets.count(); ++i)
-            album.assets.push_back(assets.at(i).localIdentifier);
+        for (std::size_t i = 0; i < assets.count(); ++i) {
+            Asset asset = assets.at(i);
+            album.assets.push_back(std::move(asset.localIdentifier));
+        }
     }
 
     PhotoLibrary& m_library;

@@ -26,7 +26,7 @@ struct DesiredLinks {
     /// album with nothing backed up gets no folder. Library errors are thrown.
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
                                               const AlbumFilter& filter);
-    /// The same for albums read before; their asset lists are emptied as they are used.
+    /// The same for albums read before, whose asset lists it lets go of as it goes.
     [[nodiscard]] static DesiredLinks compute(AlbumFolders folders, const BackupIndex& index);
 
     /// The number of distinct album folders that the links lie in.

@@ -202,8 +202,9 @@ PackageAlbums::PackageAlbums(std::shared_ptr<const PackageDatabase> database) : 
 PackageAlbums::~PackageAlbums() = default;
 
 void PackageAlbums::refresh() const {
-    // Reading the tree for every asset of a large library would cost more than the rest of its backup; the
-    // database's data version tells when Photos changed something and what was read has to be read again.
+    // Reading the tree for every asset of a large library would cost more than the rest of its backup. SQLite's
+    // data version changes whenever another connection (Photos) commits a change: the same number means that
+    // nothing read before has changed since.
     if (!m_dataVersion)
         m_dataVersion.emplace(m_database->sqlite().prepare("PRAGMA data_version"));
     m_dataVersion->reset();

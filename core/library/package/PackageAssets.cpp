@@ -146,7 +146,7 @@ public:
     std::size_t count() const override { return m_keys.size(); }
 
     Asset at(std::size_t index) const override {
-        (void)m_keys.at(index);
+        (void)m_keys.at(index); // an index past the end throws std::out_of_range
         const std::lock_guard lock(m_mutex);
         if (index < m_first || index - m_first >= m_batch.size()) {
             const std::size_t size = std::min(rowsPerRead, m_keys.size() - index);

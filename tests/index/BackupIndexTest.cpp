@@ -1,5 +1,6 @@
 #include "index/BackupIndex.h"
 #include "base/Json.h"
+#include "index/IndexLookup.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -117,6 +118,25 @@ TEST(BackupIndex, countsFilesAndBytesAndEditsEntries) {
     EXPECT_TRUE(index.remove("A/L0/001"));
     EXPECT_FALSE(index.remove("A/L0/001"));
     EXPECT_EQ(index.find("A/L0/001"), nullptr);
+}
+
+TEST(IndexLookup, findsWhatTheIndexHoldsIncludingEntriesAddedOrReplacedLater) {
+    BackupIndex index;
+    for (int number = 0; number < 1000; ++number)
+        index.set("A" + std::to_string(number) + "/L0/001", {.modificationDate = Date::fromReferenceSeconds(number)});
+    const IndexLookup lookup(index);
+    for (int number = 0; number < 1000; ++number) {
+        const std::string id = "A" + std::to_string(number) + "/L0/001";
+        ASSERT_EQ(lookup.find(id), index.find(id)) << id;
+    }
+    EXPECT_EQ(lookup.find("A1000/L0/001"), nullptr);
+    EXPECT_EQ(lookup.find(""), nullptr);
+
+    index.set("B/L0/001", {});
+    index.set("A7/L0/001", {.modificationDate = Date::fromReferenceSeconds(-7)});
+    ASSERT_NE(lookup.find("B/L0/001"), nullptr);
+    EXPECT_EQ(lookup.find("B/L0/001"), index.find("B/L0/001"));
+    EXPECT_EQ(lookup.find("A7/L0/001")->modificationDate, Date::fromReferenceSeconds(-7));
 }
 
 } // namespace

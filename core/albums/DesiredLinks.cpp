@@ -1,5 +1,6 @@
 #include "albums/DesiredLinks.h"
 
+#include "albums/SiblingNames.h"
 #include "base/SafePath.h"
 #include "index/IndexLookup.h"
 #include "run/Layout.h"
@@ -11,15 +12,43 @@
 namespace lorekeep {
 namespace {
 
-/// Turns the albums' assets into links to their files in the index.
-class Linker {
+class Walk {
 public:
-    explicit Linker(const BackupIndex& index) : m_entries(index) {}
+    Walk(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter)
+        : m_library(library), m_entries(index), m_filter(filter) {}
 
-    void album(AlbumFolders::Album& album) {
+    void collections(const std::vector<Collection>& level, const std::string& path) {
+        SiblingNames siblings;
+        for (const Collection& collection : level) {
+            const bool folder = collection.kind == CollectionKind::folder;
+            if (!folder && collection.subtype != AlbumSubtype::regular)
+                continue;
+            const std::string name = siblings.claim(cleanFolderName(collection.title));
+            const std::string folderPath = path.empty() ? name : path + "/" + name;
+            if (folder)
+                this->folder(collection.localIdentifier, folderPath);
+            else if (!m_filter || m_filter->contains(collection.localIdentifier))
+                album(collection.localIdentifier, folderPath);
+        }
+    }
+
+    DesiredLinks result;
+
+private:
+    void folder(const std::string& id, const std::string& path) {
+        // A damaged library could hold a folder inside itself; it is walked once on each path.
+        if (std::find(m_open.begin(), m_open.end(), id) != m_open.end())
+            return;
+        m_open.push_back(id);
+        collections(m_library.childCollections(id), path);
+        m_open.pop_back();
+    }
+
+    void album(const std::string& id, const std::string& path) {
+        const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
         m_files.clear();
-        for (const std::string& id : album.assets) {
-            const IndexedAsset* entry = m_entries.find(id);
+        for (std::size_t i = 0; i < assets.count(); ++i) {
+            const IndexedAsset* entry = m_entries.find(assets.at(i).localIdentifier);
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {
@@ -28,14 +57,9 @@ public:
                     take(*file.xmpPath);
             }
         }
-        // What an album's assets were is of no more use.
-        std::vector<std::string>().swap(album.assets);
-        add(album.path);
+        add(path);
     }
 
-    DesiredLinks result;
-
-private:
     /// Notes a file for the album being walked, or warns about a path that must not be linked.
     void take(const std::string& target) {
         // Index entries never lie in the engine's own folders; one that does came from a damaged or foreign index.
@@ -64,10 +88,13 @@ private:
         }
     }
 
+    PhotoLibrary& m_library;
     /// Albums hold the same assets many times over, in an order unrelated to the index's.
     const IndexLookup m_entries;
+    const AlbumFilter& m_filter;
+    std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
-    /// The files of the album being linked: name and path below the destination, in the order met.
+    /// The files of the album being walked: name and path below the destination, in the order met.
     std::vector<std::pair<std::string_view, const std::string*>> m_files;
     /// The link path being added, kept to spare an allocation per link.
     std::string m_link;
@@ -76,14 +103,9 @@ private:
 } // namespace
 
 DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter) {
-    return compute(AlbumFolders::read(library, filter), index);
-}
-
-DesiredLinks DesiredLinks::compute(AlbumFolders folders, const BackupIndex& index) {
-    Linker linker(index);
-    for (AlbumFolders::Album& album : folders.albums)
-        linker.album(album);
-    return std::move(linker.result);
+    Walk walk(library, index, filter);
+    walk.collections(library.topLevelCollections(), {});
+    return std::move(walk.result);
 }
 
 std::int64_t DesiredLinks::folderCount(const LinkSet& links) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "albums/AlbumFolders.h"
 #include "albums/AlbumManifest.h"
 #include "index/BackupIndex.h"
 #include "library/PhotoLibrary.h"
@@ -11,6 +10,9 @@
 #include <vector>
 
 namespace lorekeep {
+
+/// Album local identifiers that get folders; absent means every album.
+using AlbumFilter = std::optional<std::set<std::string, std::less<>>>;
 
 /// The links the album folders should hold: for every regular user album, in the folder tree of the library, one
 /// link per backed-up file and sidecar of its assets.
@@ -26,8 +28,6 @@ struct DesiredLinks {
     /// album with nothing backed up gets no folder. Library errors are thrown.
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
                                               const AlbumFilter& filter);
-    /// The same for albums read before, whose asset lists it lets go of as it goes.
-    [[nodiscard]] static DesiredLinks compute(AlbumFolders folders, const BackupIndex& index);
 
     /// The number of distinct album folders that the links lie in.
     [[nodiscard]] static std::int64_t folderCount(const LinkSet& links);

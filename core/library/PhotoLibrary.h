@@ -126,8 +126,7 @@ struct PersistentChange {
 };
 
 /// The photo library as the engine sees it. Implemented by the library-package reader, the PhotoKit adapter and
-/// the in-memory fake of the tests. Operations that fail throw LibraryError (RenderError for renders). A library
-/// may be used from two threads at once: a backup reads the albums while it walks the assets.
+/// the in-memory fake of the tests. Operations that fail throw LibraryError (RenderError for renders).
 class PhotoLibrary {
 public:
     virtual ~PhotoLibrary() = default;

@@ -49,19 +49,11 @@ public:
           m_stop(std::move(stop)), m_state(loadOrEmpty(root), clock()),
           m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)) {}
 
-    ~Run() {
-        // Albums still being read are of no use any more.
-        m_albumsStop.request_stop();
-    }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
-
     BackupSummary perform(const BackupRunner::SharedFilterSource& sharedFilter);
 
 private:
     void decideFilter(const BackupRunner::SharedFilterSource& source);
     void chooseMode();
-    void readAlbums();
     void walk();
     void removeLeavers();
     void finishIndex();
@@ -103,9 +95,6 @@ private:
     /// An earlier run changed the index but did not get through its album step.
     bool m_albumsOwed = false;
     std::optional<AlbumResult> m_albums;
-    /// The library's albums, being read during the walk, and what stops that when they will not be used.
-    std::stop_source m_albumsStop;
-    std::future<AlbumFolders> m_albumFolders;
     /// The album step's links, being worked out; last, so that they are waited for before the state goes.
     std::future<DesiredLinks> m_links;
 };
@@ -122,12 +111,9 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
 
     decideFilter(sharedFilter);
     chooseMode();
-    readAlbums();
     walk();
     if (!stopRequested())
         removeLeavers();
-    else
-        m_albumsStop.request_stop();
     // The album step of a large library needs the memory the walk's lists held.
     IdentifierSet().swap(m_seen);
     m_work = AssetList();
@@ -243,12 +229,9 @@ void Run::finishIndex() {
     // The album step's links are worked out from the library and the finished index while the index is written:
     // both only read it. Should the write fail, they are waited for and dropped.
     std::future<DesiredLinks> links;
-    if (!m_cancelled && albumsNeeded()) {
-        links = std::async(std::launch::async, [this, albums = std::move(m_albumFolders)]() mutable {
-            return DesiredLinks::compute(albums.valid() ? albums.get() : AlbumFolders::read(m_library, albumFilter()),
-                                         m_state.index);
-        });
-    }
+    if (!m_cancelled && albumsNeeded())
+        links = std::async(std::launch::async,
+                           [this] { return DesiredLinks::compute(m_library, m_state.index, albumFilter()); });
     // After a cancelled run the old token shows album changes again, but not the assets this one copied.
     saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
     m_state.lastSave = m_clock();
@@ -266,15 +249,6 @@ void Run::saveIndex(bool albumsOwed) {
         m_albumsOwed = true;
     }
     m_state.index.save(m_root);
-}
-
-void Run::readAlbums() {
-    // The album step reads the library's albums while the walk goes on, when it is sure to run: that part of it
-    // does not depend on the index. The library is safe to use from two threads at once.
-    if (!albumsNeeded())
-        return;
-    m_albumFolders = std::async(
-        std::launch::async, [this] { return AlbumFolders::read(m_library, albumFilter(), m_albumsStop.get_token()); });
 }
 
 AlbumFilter Run::albumFilter() const {

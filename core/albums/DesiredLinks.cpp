@@ -48,7 +48,7 @@ private:
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
         m_files.clear();
         for (std::size_t i = 0; i < assets.count(); ++i) {
-            const IndexedAsset* entry = m_entries.find(assets.at(i).localIdentifier);
+            const IndexedAsset* entry = m_entries.find(assets.identifier(i));
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {

@@ -86,6 +86,7 @@ public:
         return result;
     }
 
+private:
     /// What an Asset is made of, from the asset table under the alias "a"; the row key comes last.
     static std::string columns(const PackageSchema& schema) {
         return "a.ZUUID, " + PackageSchema::validDate("a.ZDATECREATED") + ", " +
@@ -116,7 +117,6 @@ public:
         return asset;
     }
 
-private:
     static std::string selectByKeys(const PackageSchema& schema) {
         std::string placeholders = "?";
         for (std::size_t index = 1; index < rowsPerRead; ++index)
@@ -139,9 +139,9 @@ private:
 /// holds more than one batch.
 class PackageAssets::Source final : public AssetList::Source {
 public:
-    /// `first` holds the Assets of the first keys when the fetch read them already.
-    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first)
-        : m_reader(std::move(reader)), m_keys(std::move(keys)), m_batch(std::move(first)) {}
+    /// `identifiers` holds the assets' identifiers when the fetch read them already, or nothing.
+    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys, std::vector<std::string> identifiers)
+        : m_reader(std::move(reader)), m_keys(std::move(keys)), m_identifiers(std::move(identifiers)) {}
 
     std::size_t count() const override { return m_keys.size(); }
 
@@ -159,9 +159,14 @@ public:
         return *asset;
     }
 
+    std::string identifier(std::size_t index) const override {
+        return m_identifiers.empty() ? at(index).localIdentifier : m_identifiers.at(index);
+    }
+
 private:
     std::shared_ptr<Reader> m_reader;
     std::vector<std::int64_t> m_keys;
+    std::vector<std::string> m_identifiers;
     mutable std::mutex m_mutex;
     mutable std::size_t m_first = 0;
     mutable std::vector<std::optional<Asset>> m_batch;
@@ -290,39 +295,33 @@ AssetList PackageAssets::fetchInAlbum(std::int64_t albumKey, const FetchOptions&
                              conditions(options);
     const std::string sortValue =
         options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") : "m." + schema.membershipOrderColumn;
-    // The rows are at hand while the album's are found: the first batch of the list is made from them. They are
-    // put in order here, which costs a small album much less than a sort in SQLite.
+    // The identifiers come with the keys, for the album walk that needs no more of an asset. The rows are put in
+    // order here, which costs a small album much less than a sort in SQLite.
     std::vector<AlbumRow> rows;
-    std::vector<Asset> assets;
-    readAlbum("SELECT " + Reader::columns(schema) + ", " + sortValue + from, albumKey, [&](const SqliteStatement& row) {
-        const int column = Reader::keyColumn + 1;
-        rows.push_back(
-            {row.integer(Reader::keyColumn), row.type(column), row.integer(column), row.real(column), assets.size()});
-        if (assets.size() < rowsPerRead)
-            assets.push_back(Reader::toAsset(row));
+    std::vector<std::string> uuids;
+    readAlbum("SELECT a.Z_PK, a.ZUUID, " + sortValue + from, albumKey, [&](const SqliteStatement& row) {
+        rows.push_back({row.integer(0), row.type(2), row.integer(2), row.real(2), uuids.size()});
+        uuids.push_back(row.text(1));
     });
     if (!sortAlbum(rows, options.newestFirst)) {
         // Values that only SQLite knows how to order.
         rows.clear();
-        assets.clear();
+        uuids.clear();
         const std::string order = options.newestFirst ? sortValue + " DESC, a.Z_PK" : sortValue + ", a.Z_PK";
-        readAlbum("SELECT " + Reader::columns(schema) + from + " ORDER BY " + order, albumKey,
-                  [&](const SqliteStatement& row) {
-                      rows.push_back({row.integer(Reader::keyColumn), {}, 0, 0, assets.size()});
-                      if (assets.size() < rowsPerRead)
-                          assets.push_back(Reader::toAsset(row));
-                  });
+        readAlbum("SELECT a.Z_PK, a.ZUUID" + from + " ORDER BY " + order, albumKey, [&](const SqliteStatement& row) {
+            rows.push_back({row.integer(0), {}, 0, 0, uuids.size()});
+            uuids.push_back(row.text(1));
+        });
     }
     std::vector<std::int64_t> keys;
+    std::vector<std::string> identifiers;
     keys.reserve(rows.size());
-    std::vector<std::optional<Asset>> first;
+    identifiers.reserve(rows.size());
     for (const AlbumRow& row : rows) {
         keys.push_back(row.key);
-        // The first batch, when every one of its rows was kept.
-        if (first.size() < rowsPerRead && rows.size() <= rowsPerRead)
-            first.emplace_back(std::move(assets[row.read]));
+        identifiers.push_back(LocalIdentifier::make(uuids[row.read], LocalIdentifier::Kind::asset));
     }
-    return list(std::move(keys), std::move(first));
+    return list(std::move(keys), std::move(identifiers));
 }
 
 void PackageAssets::readAlbum(const std::string& sql, std::int64_t albumKey,
@@ -380,9 +379,9 @@ bool PackageAssets::sortAlbum(std::vector<AlbumRow>& rows, bool newestFirst) {
     return true;
 }
 
-AssetList PackageAssets::list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first) const {
+AssetList PackageAssets::list(std::vector<std::int64_t> keys, std::vector<std::string> identifiers) const {
     keys.shrink_to_fit();
-    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys), std::move(first)));
+    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys), std::move(identifiers)));
 }
 
 } // namespace lorekeep

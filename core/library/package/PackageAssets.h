@@ -40,7 +40,7 @@ private:
     class Reader;
     class Source;
 
-    /// A member of an album: its row key, the value it is ordered by, and where its Asset was kept.
+    /// A member of an album: its row key, the value it is ordered by, and where its identifier was kept.
     struct AlbumRow {
         std::int64_t key = 0;
         SqliteStatement::Type type = SqliteStatement::Type::null;
@@ -56,7 +56,7 @@ private:
     /// Puts album rows in SQLite's order (by the value, then by key; newest first); false when a value is of a kind
     /// that only SQLite orders.
     [[nodiscard]] static bool sortAlbum(std::vector<AlbumRow>& rows, bool newestFirst);
-    [[nodiscard]] AssetList list(std::vector<std::int64_t> keys, std::vector<std::optional<Asset>> first = {}) const;
+    [[nodiscard]] AssetList list(std::vector<std::int64_t> keys, std::vector<std::string> identifiers = {}) const;
 
     std::shared_ptr<const PackageDatabase> m_database;
     std::shared_ptr<Reader> m_reader;

@@ -14,8 +14,8 @@ namespace {
 
 class Walk {
 public:
-    Walk(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter)
-        : m_library(library), m_entries(index), m_filter(filter) {}
+    Walk(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter)
+        : m_library(library), m_entries(entries), m_filter(filter) {}
 
     void collections(const std::vector<Collection>& level, const std::string& path) {
         SiblingNames siblings;
@@ -90,7 +90,7 @@ private:
 
     PhotoLibrary& m_library;
     /// Albums hold the same assets many times over, in an order unrelated to the index's.
-    const IndexLookup m_entries;
+    const IndexLookup& m_entries;
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
@@ -103,7 +103,11 @@ private:
 } // namespace
 
 DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter) {
-    Walk walk(library, index, filter);
+    return compute(library, IndexLookup(index), filter);
+}
+
+DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter) {
+    Walk walk(library, entries, filter);
     walk.collections(library.topLevelCollections(), {});
     return std::move(walk.result);
 }

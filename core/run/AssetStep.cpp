@@ -39,10 +39,12 @@ bool AssetStep::filesPresent(const IndexedAsset& entry) const {
     return true;
 }
 
+AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan) const {
+    return handle(asset, state, fullRescan, state.index.find(asset.localIdentifier));
+}
+
 AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan,
-                                     const IndexLookup* entries) const {
-    const IndexedAsset* entry =
-        entries ? entries->find(asset.localIdentifier) : state.index.find(asset.localIdentifier);
+                                     const IndexedAsset* entry) const {
     if (entry && isUnchanged(*entry, asset) && (!fullRescan || filesPresent(*entry))) {
         state.progress.skipped += 1;
         return Outcome::skipped;

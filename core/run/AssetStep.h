@@ -4,7 +4,6 @@
 #include "base/SafeFolders.h"
 #include "export/AssetExporter.h"
 #include "index/BackupIndex.h"
-#include "index/IndexLookup.h"
 #include "library/PhotoLibrary.h"
 #include "run/RunState.h"
 
@@ -27,9 +26,10 @@ public:
 
     /// Handles the asset and counts it in the state's skipped, copied or failed total. On a full rescan an asset
     /// counts as unchanged only when all of its indexed files are still on the destination; an incremental run
-    /// trusts the index and does not touch the destination for it. A walk through many assets passes a lookup of
-    /// the state's index to find their entries by.
-    Outcome handle(const Asset& asset, RunState& state, bool fullRescan, const IndexLookup* entries = nullptr) const;
+    /// trusts the index and does not touch the destination for it.
+    Outcome handle(const Asset& asset, RunState& state, bool fullRescan) const;
+    /// The same with the asset's entry in the state's index (or nullptr) found by the caller.
+    Outcome handle(const Asset& asset, RunState& state, bool fullRescan, const IndexedAsset* entry) const;
 
     /// Whether the entry holds the asset as it is now: both modification dates absent, or both present and less
     /// than dateTolerance apart.

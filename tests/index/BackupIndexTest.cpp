@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace lorekeep {
@@ -137,6 +138,37 @@ TEST(IndexLookup, findsWhatTheIndexHoldsIncludingEntriesAddedOrReplacedLater) {
     ASSERT_NE(lookup.find("B/L0/001"), nullptr);
     EXPECT_EQ(lookup.find("B/L0/001"), index.find("B/L0/001"));
     EXPECT_EQ(lookup.find("A7/L0/001")->modificationDate, Date::fromReferenceSeconds(-7));
+}
+
+TEST(IndexLookup, knowsWhichEntriesAWalkDidNotMeetAndForgetsRemovedOnes) {
+    BackupIndex index;
+    std::vector<std::string> ids;
+    for (int number = 0; number < 300; ++number)
+        ids.push_back("C" + std::to_string(number) + "/L0/001");
+    for (const std::string& id : ids)
+        index.set(id, {});
+    IndexLookup lookup(index);
+    std::vector<std::string> unmet;
+    for (std::size_t number = 0; number < ids.size(); ++number) {
+        if (number % 3 == 0)
+            EXPECT_EQ(lookup.meet(ids[number]), index.find(ids[number]));
+        else
+            unmet.push_back(ids[number]);
+    }
+    EXPECT_EQ(lookup.meet("new/L0/001"), nullptr);
+    index.set("new/L0/001", {});
+    EXPECT_NE(lookup.meet("new/L0/001"), nullptr);
+    std::sort(unmet.begin(), unmet.end());
+    EXPECT_EQ(lookup.unmet(), unmet);
+
+    // Removed entries, forgotten first, are not found; the others still are, past the slots they leave.
+    for (std::size_t number = 1; number < ids.size(); number += 3) {
+        lookup.forget(ids[number]);
+        index.remove(ids[number]);
+    }
+    for (std::size_t number = 0; number < ids.size(); ++number)
+        EXPECT_EQ(lookup.find(ids[number]), number % 3 == 1 ? nullptr : index.find(ids[number])) << ids[number];
+    EXPECT_EQ(lookup.unmet().size(), 100u);
 }
 
 } // namespace

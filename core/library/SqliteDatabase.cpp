@@ -39,11 +39,6 @@ bool SqliteDatabase::hasTable(std::string_view table) const {
     return statement.step();
 }
 
-std::int64_t SqliteDatabase::dataVersion() const {
-    SqliteStatement statement = prepare("PRAGMA data_version");
-    return statement.step() ? statement.integer(0) : 0;
-}
-
 std::set<std::string> SqliteDatabase::columns(std::string_view table) const {
     SqliteStatement statement = prepare("SELECT name FROM pragma_table_info(?)");
     statement.bind(1, table);

@@ -8,11 +8,9 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
-#include <future>
 #include <mutex>
 #include <set>
 #include <span>
-#include <system_error>
 
 namespace lorekeep {
 namespace {
@@ -137,8 +135,8 @@ private:
 };
 
 /// A list of row keys whose Assets are read a batch at a time: the batch that holds the asset asked for and the
-/// ones after it, so that a walk through the list costs one statement per rowsPerRead assets. While a walk works
-/// through one batch, the next one is read on a thread of its own, so the list holds two batches at most.
+/// ones after it, so that a walk through the list costs one statement per rowsPerRead assets and the list never
+/// holds more than one batch.
 class PackageAssets::Source final : public AssetList::Source {
 public:
     /// `identifiers` holds the assets' identifiers when the fetch read them already, or nothing.
@@ -151,15 +149,9 @@ public:
         (void)m_keys.at(index); // an index past the end throws std::out_of_range
         const std::lock_guard lock(m_mutex);
         if (index < m_first || index - m_first >= m_batch.size()) {
-            if (m_next.valid() && index == m_nextFirst) {
-                m_batch = m_next.get();
-            } else {
-                // Not the way a walk goes: what was read ahead is of no use.
-                m_next = {};
-                m_batch = m_reader->read(batchAt(index));
-            }
+            const std::size_t size = std::min(rowsPerRead, m_keys.size() - index);
+            m_batch = m_reader->read(std::span(m_keys).subspan(index, size));
             m_first = index;
-            readAhead();
         }
         const std::optional<Asset>& asset = m_batch[index - m_first];
         if (!asset)
@@ -172,33 +164,12 @@ public:
     }
 
 private:
-    [[nodiscard]] std::span<const std::int64_t> batchAt(std::size_t index) const {
-        return std::span(m_keys).subspan(index, std::min(rowsPerRead, m_keys.size() - index));
-    }
-
-    /// Starts reading the batch after the current one. With m_mutex held.
-    void readAhead() const {
-        const std::size_t next = m_first + m_batch.size();
-        if (next >= m_keys.size())
-            return;
-        try {
-            m_next = std::async(std::launch::async,
-                                [reader = m_reader, keys = batchAt(next)] { return reader->read(keys); });
-            m_nextFirst = next;
-        } catch (const std::system_error&) {
-            // No thread to be had: the batch is read when it is needed.
-        }
-    }
-
     std::shared_ptr<Reader> m_reader;
     std::vector<std::int64_t> m_keys;
     std::vector<std::string> m_identifiers;
     mutable std::mutex m_mutex;
     mutable std::size_t m_first = 0;
     mutable std::vector<std::optional<Asset>> m_batch;
-    /// The batch being read ahead, from m_nextFirst. Declared after m_keys: it is waited for before they go.
-    mutable std::future<std::vector<std::optional<Asset>>> m_next;
-    mutable std::size_t m_nextFirst = 0;
 };
 
 PackageAssets::PackageAssets(std::shared_ptr<const PackageDatabase> database)

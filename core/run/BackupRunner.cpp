@@ -11,7 +11,6 @@
 #include "run/Trash.h"
 
 #include <fstream>
-#include <future>
 #include <iterator>
 #include <unordered_set>
 
@@ -98,8 +97,6 @@ private:
     /// An earlier run changed the index but did not get through its album step.
     bool m_albumsOwed = false;
     std::optional<AlbumResult> m_albums;
-    /// The album step's links, being worked out; last, so that they are waited for before the state goes.
-    std::future<DesiredLinks> m_links;
 };
 
 BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter) {
@@ -231,15 +228,9 @@ void Run::finishIndex() {
         index.scopeKey = m_scopeKey;
         index.lastSuccessfulRun = m_clock();
     }
-    // The album step's links are worked out from the library and the finished index while the index is written:
-    // both only read it. Should the write fail, they are waited for and dropped.
-    std::future<DesiredLinks> links;
-    if (!m_cancelled && albumsNeeded())
-        links = std::async(std::launch::async, [this] { return desiredLinks(); });
     // After a cancelled run the old token shows album changes again, but not the assets this one copied.
     saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
     m_state.lastSave = m_clock();
-    m_links = std::move(links);
 }
 
 void Run::saveIndex(bool albumsOwed) {
@@ -277,7 +268,7 @@ void Run::updateAlbums() {
     m_state.progress.updatingAlbums = true;
     report();
     try {
-        DesiredLinks desired = m_links.valid() ? m_links.get() : desiredLinks();
+        DesiredLinks desired = desiredLinks();
         AlbumResult result = AlbumLinker(m_root).link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
             m_state.progress.albumDone = done;
             m_state.progress.albumTotal = total;

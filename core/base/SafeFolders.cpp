@@ -43,7 +43,12 @@ bool SafeFolders::exists(std::string_view relative) {
     if (!folder.inside)
         return false;
     const std::string_view part = folderPart(relative);
+    const std::string_view name = part.empty() ? relative : relative.substr(part.size() + 1);
+    if (folder.listing && folder.listing->holds(name))
+        return true;
     if (folder.descriptor < 0) {
+        // Listings outlive their descriptors: a pass that goes through more folders than it keeps open, in no
+        // particular order (a verification), lists each folder once all the same.
         if (m_open >= openFolderLimit)
             closeFolders();
         const std::filesystem::path path = part.empty() ? m_root : m_root / std::filesystem::path(part);
@@ -51,16 +56,15 @@ bool SafeFolders::exists(std::string_view relative) {
         if (folder.descriptor >= 0)
             ++m_open;
     }
-    const std::string_view name = part.empty() ? relative : relative.substr(part.size() + 1);
     if (folder.descriptor >= 0 && !folder.listing) {
         // Names in a folder that cannot be searched cannot be looked up, listed or not.
         folder.listing = ::faccessat(folder.descriptor, ".", X_OK, AT_EACCESS) == 0
                              ? FolderListing::read(folder.descriptor)
                              : FolderListing();
         m_listed = true;
+        if (folder.listing->holds(name))
+            return true;
     }
-    if (folder.listing && folder.listing->holds(name))
-        return true;
     std::array<char, 256> terminated{};
     if (folder.descriptor >= 0 && name.size() < terminated.size()) {
         std::copy(name.begin(), name.end(), terminated.begin());
@@ -86,7 +90,6 @@ void SafeFolders::closeFolders() {
         if (folder.descriptor >= 0)
             ::close(folder.descriptor);
         folder.descriptor = -1;
-        folder.listing.reset();
     }
     m_open = 0;
 }

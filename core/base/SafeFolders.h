@@ -31,7 +31,7 @@ public:
     /// Drops the folder listings, for a pass that has itself moved or removed files since they were read.
     void forgetListings();
 
-    /// Folders held open (and listed) at most at once; more are opened again when needed.
+    /// Folders held open at most at once; more are opened again when a name is not in their listing.
     static constexpr std::size_t openFolderLimit = 64;
 
 private:

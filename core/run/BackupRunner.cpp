@@ -88,8 +88,8 @@ private:
     /// Set for an incremental run: what changed since the stored token.
     std::optional<ChangeSet> m_changes;
     AssetList m_work;
-    /// The index's entries by identifier, made at the start of the walk and kept up to date with the removals; it
-    /// knows which entries the walk met.
+    /// For a full rescan: the index's entries by identifier, made at the start of the walk and kept up to date
+    /// with the removals; it knows which entries the walk met.
     std::optional<IndexLookup> m_entries;
     /// Identifiers met in an incremental walk, excluded ones left out.
     IdentifierSet m_seen;
@@ -168,11 +168,13 @@ void Run::chooseMode() {
 
 void Run::walk() {
     const AssetStep step(m_library, m_root, m_clock);
-    m_entries.emplace(m_state.index);
     const bool fullRescan = !m_changes;
     const std::size_t count = m_work.count();
-    // A full rescan learns which entries were not met from the lookup.
-    if (!fullRescan)
+    // A full rescan looks up every entry of the index, and learns from the lookup which ones it did not meet; an
+    // incremental walk looks up a few.
+    if (fullRescan)
+        m_entries.emplace(m_state.index);
+    else
         m_seen.reserve(count);
     for (std::size_t position = 0; position < count; ++position) {
         if (stopRequested())
@@ -181,10 +183,12 @@ void Run::walk() {
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
             m_state.progress.excluded += 1;
         } else {
-            const IndexedAsset* entry = m_entries->meet(asset.localIdentifier);
-            if (!fullRescan)
+            if (m_entries) {
+                step.handle(asset, m_state, fullRescan, m_entries->meet(asset.localIdentifier));
+            } else {
                 m_seen.insert(asset.localIdentifier);
-            step.handle(asset, m_state, fullRescan, entry);
+                step.handle(asset, m_state, fullRescan);
+            }
         }
         m_state.progress.done = static_cast<std::int64_t>(position) + 1;
         report();
@@ -210,7 +214,8 @@ void Run::removeLeavers() {
         leavers = m_entries->unmet();
     }
     for (const std::string& id : leavers) {
-        m_entries->forget(id);
+        if (m_entries)
+            m_entries->forget(id);
         const std::optional<IndexedAsset> entry = m_state.drop(id);
         if (!entry)
             continue;

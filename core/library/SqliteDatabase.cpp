@@ -20,9 +20,6 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
         throw SqliteError("The Photos library database could not be opened", message);
     }
     sqlite3_busy_timeout(database, 5000);
-    // A run reads the same pages again and again (every album's members, the rows of every asset); a larger cache
-    // than SQLite's 2 MB keeps them instead of reading them from the file each time.
-    (void)SqliteStatement(database, "PRAGMA cache_size=-16384").step();
     // With exclusive locking set before the first read, SQLite never asks for the shared-memory file; the
     // "unix-none" file system makes the exclusive lock a private one.
     if (mode == Mode::privateLogIndex)
@@ -30,6 +27,10 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
     // Opening is lazy in SQLite: the first read is what finds a missing -shm or an unreadable file.
     SqliteStatement probe(database, "SELECT count(*) FROM sqlite_master");
     (void)probe.step();
+    // Set only now: before the first read it would make SQLite look for the shared-memory file. A run reads the
+    // same pages again and again (every album's members, the rows of every asset); a larger cache than SQLite's
+    // 2 MB keeps them instead of reading them from the file each time.
+    (void)SqliteStatement(database, "PRAGMA cache_size=-16384").step();
 }
 
 SqliteStatement SqliteDatabase::prepare(std::string_view sql) const {

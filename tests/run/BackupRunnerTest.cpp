@@ -418,7 +418,7 @@ TEST_F(BackupRunnerTest, aFailingIndexSaveEndsTheRunAndTheNextRunRecovers) {
 TEST_F(BackupRunnerTest, aFailingFinalIndexSaveEndsTheRunBeforeTheAlbumFolders) {
     addPhoto("P1/L0/001", 0, {photo("IMG_0001.HEIC", "one")});
     library.addAlbum({.id = "album", .title = "Trip", .assets = {"P1/L0/001"}});
-    // Written while the album links are worked out, the index cannot be put in place.
+    // A folder where the index goes: the final save cannot put it in place.
     fs::create_directories(BackupIndex::location(dest.path()) / "blocked");
     EXPECT_THROW((void)run(), std::system_error);
     EXPECT_FALSE(fs::exists(dest / std::string(Layout::byAlbum)));

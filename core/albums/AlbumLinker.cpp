@@ -25,7 +25,10 @@ AlbumLinker::AlbumLinker(fs::path destination, std::shared_ptr<AliasWriter> alia
 
 AlbumResult AlbumLinker::link(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter,
                               const Progress& progress) const {
-    DesiredLinks desired = DesiredLinks::compute(library, index, filter);
+    return link(DesiredLinks::compute(library, index, filter), progress);
+}
+
+AlbumResult AlbumLinker::link(DesiredLinks desired, const Progress& progress) const {
     AlbumResult result = apply(linkTest(m_destination), desired.links, progress);
     result.warnings.insert(result.warnings.begin(), std::make_move_iterator(desired.warnings.begin()),
                            std::make_move_iterator(desired.warnings.end()));

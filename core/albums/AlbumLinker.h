@@ -44,6 +44,9 @@ public:
     /// fails, and the library's errors.
     [[nodiscard]] AlbumResult link(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter,
                                    const Progress& progress = {}) const;
+    /// The same with the links worked out already (DesiredLinks::compute), so that a caller can have them worked
+    /// out while it does something else.
+    [[nodiscard]] AlbumResult link(DesiredLinks desired, const Progress& progress = {}) const;
 
     /// Makes "By Album" hold exactly the desired links in the mode: changes only what differs from the manifest
     /// when its mode matches and the marker is in place, otherwise rebuilds the whole tree and swaps it in. Saves

@@ -2,6 +2,7 @@
 
 #include "albums/SiblingNames.h"
 #include "base/SafePath.h"
+#include "index/IndexLookup.h"
 #include "run/Layout.h"
 
 #include <algorithm>
@@ -13,8 +14,8 @@ namespace {
 
 class Walk {
 public:
-    Walk(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter)
-        : m_library(library), m_index(index), m_filter(filter) {}
+    Walk(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter)
+        : m_library(library), m_entries(entries), m_filter(filter) {}
 
     void collections(const std::vector<Collection>& level, const std::string& path) {
         SiblingNames siblings;
@@ -45,49 +46,83 @@ private:
 
     void album(const std::string& id, const std::string& path) {
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
+        m_files.clear();
         for (std::size_t i = 0; i < assets.count(); ++i) {
-            const IndexedAsset* entry = m_index.find(assets.at(i).localIdentifier);
+            const IndexedAsset* entry = m_entries.find(assets.identifier(i));
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {
-                add(path, file.relativePath);
+                take(file.relativePath);
                 if (file.xmpPath)
-                    add(path, *file.xmpPath);
+                    take(*file.xmpPath);
             }
         }
+        add(path);
     }
 
-    void add(const std::string& folder, const std::string& target) {
+    /// Notes a file for the album being walked, or warns about a path that must not be linked.
+    void take(const std::string& target) {
         // Index entries never lie in the engine's own folders; one that does came from a damaged or foreign index.
         if (!SafePath::isSafeRelative(target) || Layout::isReserved(target)) {
             if (m_reported.insert(target).second)
                 result.warnings.push_back("Album folders: " + SafePath::skippedWarning(target));
             return;
         }
-        const std::string_view name = std::string_view(target).substr(target.rfind('/') + 1);
-        result.links.try_emplace(folder + "/" + std::string(name), target);
+        m_files.emplace_back(std::string_view(target).substr(target.rfind('/') + 1), &target);
+    }
+
+    /// Adds the album's links: where two files have the same name, the first one keeps it.
+    void add(const std::string& folder) {
+        // Sorted, the album's links go into the set one after another, each right after the one before.
+        std::stable_sort(m_files.begin(), m_files.end(),
+                         [](const auto& left, const auto& right) { return left.first < right.first; });
+        LinkSet& links = result.links;
+        LinkSet::iterator hint = links.end();
+        for (std::size_t i = 0; i < m_files.size(); ++i) {
+            if (i > 0 && m_files[i].first == m_files[i - 1].first)
+                continue;
+            m_link.assign(folder).append("/").append(m_files[i].first);
+            if (i == 0)
+                hint = links.lower_bound(m_link);
+            hint = std::next(links.try_emplace(hint, m_link, *m_files[i].second));
+        }
     }
 
     PhotoLibrary& m_library;
-    const BackupIndex& m_index;
+    /// Albums hold the same assets many times over, in an order unrelated to the index's.
+    const IndexLookup& m_entries;
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
+    /// The files of the album being walked: name and path below the destination, in the order met.
+    std::vector<std::pair<std::string_view, const std::string*>> m_files;
+    /// The link path being added, kept to spare an allocation per link.
+    std::string m_link;
 };
 
 } // namespace
 
 DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter) {
-    Walk walk(library, index, filter);
+    return compute(library, IndexLookup(index), filter);
+}
+
+DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter) {
+    Walk walk(library, entries, filter);
     walk.collections(library.topLevelCollections(), {});
     return std::move(walk.result);
 }
 
 std::int64_t DesiredLinks::folderCount(const LinkSet& links) {
     std::unordered_set<std::string_view> folders;
+    std::string_view previous;
     for (const auto& [link, target] : links) {
         const std::size_t slash = link.rfind('/');
-        folders.insert(slash == std::string::npos ? std::string_view() : std::string_view(link).substr(0, slash));
+        const std::string_view folder =
+            slash == std::string::npos ? std::string_view() : std::string_view(link).substr(0, slash);
+        // The links of one folder mostly come one after another.
+        if (folder != previous || folders.empty())
+            folders.insert(folder);
+        previous = folder;
     }
     return static_cast<std::int64_t>(folders.size());
 }

@@ -2,6 +2,7 @@
 
 #include "albums/AlbumManifest.h"
 #include "index/BackupIndex.h"
+#include "index/IndexLookup.h"
 #include "library/PhotoLibrary.h"
 
 #include <optional>
@@ -27,6 +28,9 @@ struct DesiredLinks {
     /// link path in one album folder, the first one keeps it. Assets without an index entry get no link, so an
     /// album with nothing backed up gets no folder. Library errors are thrown.
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
+                                              const AlbumFilter& filter);
+    /// The same, finding the index's entries through a lookup made before.
+    [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const IndexLookup& entries,
                                               const AlbumFilter& filter);
 
     /// The number of distinct album folders that the links lie in.

@@ -17,7 +17,8 @@ constexpr std::size_t bufferSize = 1 << 20;
 
 } // namespace
 
-AtomicFile::AtomicFile(std::filesystem::path target) : m_target(std::move(target)) {
+AtomicFile::AtomicFile(std::filesystem::path target, Durability durability)
+    : m_target(std::move(target)), m_durability(durability) {
     std::string name = ".";
     name += m_target.filename().string();
     name += ".tmp-XXXXXX";
@@ -27,7 +28,6 @@ AtomicFile::AtomicFile(std::filesystem::path target) : m_target(std::move(target
         throwErrno("cannot create a temporary file for", m_target);
     m_temporary = pattern;
     ::fchmod(m_fd, 0644);
-    m_buffer.reserve(bufferSize);
 }
 
 AtomicFile::~AtomicFile() {
@@ -67,7 +67,7 @@ void AtomicFile::flushBuffer() {
 
 void AtomicFile::commit() {
     flushBuffer();
-    if (::fsync(m_fd) != 0)
+    if (m_durability == Durability::synced && ::fsync(m_fd) != 0)
         throwErrno("cannot flush", m_temporary);
     const int fd = m_fd;
     m_fd = -1;
@@ -84,8 +84,8 @@ void AtomicFile::commit() {
     }
 }
 
-void AtomicFile::write(const std::filesystem::path& target, std::string_view contents) {
-    AtomicFile file(target);
+void AtomicFile::write(const std::filesystem::path& target, std::string_view contents, Durability durability) {
+    AtomicFile file(target, durability);
     file.write(contents);
     file.commit();
 }

@@ -5,6 +5,15 @@
 #include <stdexcept>
 
 namespace lorekeep {
+namespace {
+
+// Fetched once: looking the algorithm up for every hash costs more than hashing a small file.
+const EVP_MD* sha256Algorithm() {
+    static EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return algorithm;
+}
+
+} // namespace
 
 struct Sha256::Impl {
     EVP_MD_CTX* context = EVP_MD_CTX_new();
@@ -12,7 +21,7 @@ struct Sha256::Impl {
 };
 
 Sha256::Sha256() : m_impl(std::make_unique<Impl>()) {
-    if (!m_impl->context || EVP_DigestInit_ex(m_impl->context, EVP_sha256(), nullptr) != 1)
+    if (!m_impl->context || !sha256Algorithm() || EVP_DigestInit_ex(m_impl->context, sha256Algorithm(), nullptr) != 1)
         throw std::runtime_error("SHA-256 is not available");
 }
 

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string_view>
+#include <vector>
 
 namespace lorekeep {
 namespace {
@@ -248,10 +249,18 @@ void applyExif(const XmpMetadata& metadata, Exiv2::ExifData& exif) {
     }
 }
 
-std::string readWhole(const std::filesystem::path& file) {
+// Files up to this size are read whole before their type is known.
+constexpr std::uintmax_t wholeReadLimit = 32 << 20;
+
+bool isImageType(const std::string& mime) {
+    return !mime.starts_with("video/") && mime != "application/rdf+xml";
+}
+
+// A vector, whose buffer stays where it is when the vector is moved (Exiv2 reads from that buffer).
+std::vector<char> readWhole(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary | std::ios::ate);
     const std::streamoff size = in ? static_cast<std::streamoff>(in.tellg()) : -1;
-    std::string bytes(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+    std::vector<char> bytes(size > 0 ? static_cast<std::size_t>(size) : 0);
     if (size < 0 || !in.seekg(0) || !in.read(bytes.data(), size))
         throw std::runtime_error("cannot read " + file.string());
     return bytes;
@@ -262,28 +271,24 @@ bool writes(int imageType, Exiv2::MetadataId kind) {
     return mode == Exiv2::amWrite || mode == Exiv2::amReadWrite;
 }
 
+/// An image read into memory once: its properties come from that reading, and a copy with metadata is made from
+/// the same bytes, where Exiv2 changes only the metadata blocks and carries the image data over byte for byte.
 class Exiv2ImageSource final : public MetadataBackend::ImageSource {
 public:
-    Exiv2ImageSource(std::filesystem::path path, int imageType, std::string typeIdentifier, ImageProperties properties)
-        : m_path(std::move(path)), m_imageType(imageType), m_typeIdentifier(std::move(typeIdentifier)),
-          m_properties(std::move(properties)) {}
+    Exiv2ImageSource(std::vector<char> bytes, std::unique_ptr<Exiv2::Image> image, std::string typeIdentifier)
+        : m_bytes(std::move(bytes)), m_image(std::move(image)), m_typeIdentifier(std::move(typeIdentifier)),
+          m_properties(propertiesOf(m_image->exifData())) {}
 
     const std::string& typeIdentifier() const override { return m_typeIdentifier; }
     const ImageProperties& properties() const override { return m_properties; }
-    bool canWrite() const override { return writes(m_imageType, Exiv2::mdXmp); }
+    bool canWrite() const override { return writes(m_image->imageType(), Exiv2::mdXmp); }
 
     void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const override {
-        // The image is read once and rewritten in memory, where Exiv2 changes only its metadata blocks and carries
-        // the image data over byte for byte; the result is written once.
-        const std::string original = readWhole(m_path);
-        auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(original.data()),
-                                               static_cast<long>(original.size()));
-        image->readMetadata();
-        applyXmp(metadata, image->xmpData());
-        if (writes(m_imageType, Exiv2::mdExif))
-            applyExif(metadata, image->exifData());
-        image->writeMetadata();
-        Exiv2::BasicIo& io = image->io();
+        applyXmp(metadata, m_image->xmpData());
+        if (writes(m_image->imageType(), Exiv2::mdExif))
+            applyExif(metadata, m_image->exifData());
+        m_image->writeMetadata();
+        Exiv2::BasicIo& io = m_image->io();
         const long size = io.size();
         const Exiv2::byte* bytes = io.mmap();
         std::ofstream out(destination, std::ios::binary | std::ios::trunc);
@@ -294,8 +299,10 @@ public:
     }
 
 private:
-    std::filesystem::path m_path;
-    int m_imageType;
+    // The memory Exiv2 reads from: it must outlive the image.
+    std::vector<char> m_bytes;
+    // Changed by the copy (the metadata merged in): a source makes one copy.
+    mutable std::unique_ptr<Exiv2::Image> m_image;
     std::string m_typeIdentifier;
     ImageProperties m_properties;
 };
@@ -310,14 +317,26 @@ public:
 
     std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const override {
         try {
-            auto image = Exiv2::ImageFactory::open(file.string());
-            // Movies and XMP documents are not images; reading a movie's metadata would also walk the whole file.
-            const std::string mime = image->mimeType();
-            if (mime.starts_with("video/") || mime == "application/rdf+xml")
+            // Movies and XMP documents are not images. A file of a photo's size is read once and told apart in
+            // memory; a larger one by its first bytes first, so that a long movie is never read.
+            std::error_code error;
+            const std::uintmax_t size = std::filesystem::file_size(file, error);
+            if (error)
+                return nullptr;
+            if (size > wholeReadLimit && !isImageType(Exiv2::ImageFactory::open(file.string())->mimeType()))
+                return nullptr;
+            std::vector<char> bytes = readWhole(file);
+            // Exiv2 0.27 hands out a std::auto_ptr, later versions a std::unique_ptr.
+            std::unique_ptr<Exiv2::Image> image(
+                Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.data()),
+                                          static_cast<long>(bytes.size()))
+                    .release());
+            if (!isImageType(image->mimeType()))
                 return nullptr;
             image->readMetadata();
-            return std::make_unique<Exiv2ImageSource>(file, image->imageType(), typeIdentifierFor(image->mimeType()),
-                                                      propertiesOf(image->exifData()));
+            // Some formats (HEIF and its kin) know their exact type only once their metadata has been read.
+            std::string identifier = typeIdentifierFor(image->mimeType());
+            return std::make_unique<Exiv2ImageSource>(std::move(bytes), std::move(image), std::move(identifier));
         } catch (const std::exception&) {
             return nullptr;
         }

@@ -1,6 +1,7 @@
 #include "export/MetadataWriter.h"
 
 #include "base/AtomicFile.h"
+#include "base/ReplaceFile.h"
 #include "export/ExifDate.h"
 #include "export/GPS.h"
 
@@ -88,7 +89,7 @@ std::vector<std::string> MetadataWriter::embed(const AssetMeta& meta, const std:
         throw MetadataError("lossless copy failed for " + source->typeIdentifier() + ": " + reason);
     }
     try {
-        std::filesystem::rename(temporary, file);
+        replaceFile(temporary, file);
     } catch (const std::filesystem::filesystem_error&) {
         std::filesystem::remove(temporary, ignored);
         throw;
@@ -104,7 +105,8 @@ std::vector<std::string> MetadataWriter::writeSidecar(const AssetMeta& meta, con
     const std::optional<std::string> document = m_backend->serialize(built.metadata);
     if (!document || document->empty())
         throw MetadataError("XMP serialisation failed");
-    AtomicFile::write(sidecarPath(file), *document);
+    // Not forced to disk, like the file it describes; verification catches what a power cut spoiled.
+    AtomicFile::write(sidecarPath(file), *document, AtomicFile::Durability::cached);
     return std::move(built.fields);
 }
 

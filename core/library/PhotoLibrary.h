@@ -63,6 +63,8 @@ public:
         virtual ~Source() = default;
         virtual std::size_t count() const = 0;
         virtual Asset at(std::size_t index) const = 0;
+        /// A source that knows the identifiers without making the Assets says so.
+        virtual std::string identifier(std::size_t index) const { return at(index).localIdentifier; }
     };
 
     AssetList() = default;
@@ -71,6 +73,8 @@ public:
 
     std::size_t count() const { return m_source ? m_source->count() : 0; }
     Asset at(std::size_t index) const { return m_source->at(index); }
+    /// at(index).localIdentifier, for a caller that needs no more: some lists know it without reading the asset.
+    std::string identifier(std::size_t index) const { return m_source->identifier(index); }
     bool empty() const { return count() == 0; }
 
 private:

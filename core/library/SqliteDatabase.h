@@ -31,9 +31,6 @@ public:
 
     [[nodiscard]] SqliteStatement prepare(std::string_view sql) const;
     [[nodiscard]] bool hasTable(std::string_view table) const;
-    /// A number that changes whenever another connection (Photos) commits a change to the database; the same
-    /// number means that nothing read before has changed since.
-    [[nodiscard]] std::int64_t dataVersion() const;
     /// Column names of a table (empty when there is no such table).
     [[nodiscard]] std::set<std::string> columns(std::string_view table) const;
 

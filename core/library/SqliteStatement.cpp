@@ -54,6 +54,21 @@ int SqliteStatement::columnCount() const {
     return sqlite3_column_count(m_statement.get());
 }
 
+SqliteStatement::Type SqliteStatement::type(int column) const {
+    switch (sqlite3_column_type(m_statement.get(), column)) {
+    case SQLITE_INTEGER:
+        return Type::integer;
+    case SQLITE_FLOAT:
+        return Type::real;
+    case SQLITE_TEXT:
+        return Type::text;
+    case SQLITE_BLOB:
+        return Type::blob;
+    default:
+        return Type::null;
+    }
+}
+
 bool SqliteStatement::isNull(int column) const {
     return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL;
 }

@@ -39,7 +39,11 @@ public:
     /// Makes the statement ready to run again, with its bindings cleared.
     void reset();
 
+    /// SQLite's storage classes.
+    enum class Type { integer, real, text, blob, null };
+
     [[nodiscard]] int columnCount() const;
+    [[nodiscard]] Type type(int column) const;
     [[nodiscard]] bool isNull(int column) const;
     [[nodiscard]] std::int64_t integer(int column) const;
     [[nodiscard]] double real(int column) const;

@@ -33,21 +33,25 @@ bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
 
 bool AssetStep::filesPresent(const IndexedAsset& entry) const {
     for (const IndexedFile& file : entry.files) {
-        const auto path = m_folders.resolve(file.relativePath);
-        std::error_code error;
-        if (!path || !std::filesystem::exists(*path, error))
+        if (!m_folders.exists(file.relativePath))
             return false;
     }
     return true;
 }
 
 AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan) const {
-    const IndexedAsset* entry = state.index.find(asset.localIdentifier);
+    return handle(asset, state, fullRescan, state.index.find(asset.localIdentifier));
+}
+
+AssetStep::Outcome AssetStep::handle(const Asset& asset, RunState& state, bool fullRescan,
+                                     const IndexedAsset* entry) const {
     if (entry && isUnchanged(*entry, asset) && (!fullRescan || filesPresent(*entry))) {
         state.progress.skipped += 1;
         return Outcome::skipped;
     }
     const Outcome outcome = copy(asset, state);
+    // The export and the moves into "_deleted" changed folders that the presence test may have listed.
+    m_folders.forgetListings();
     if (outcome == Outcome::copied)
         state.progress.copied += 1;
     else

@@ -28,6 +28,8 @@ public:
     /// counts as unchanged only when all of its indexed files are still on the destination; an incremental run
     /// trusts the index and does not touch the destination for it.
     Outcome handle(const Asset& asset, RunState& state, bool fullRescan) const;
+    /// The same with the asset's entry in the state's index (or nullptr) found by the caller.
+    Outcome handle(const Asset& asset, RunState& state, bool fullRescan, const IndexedAsset* entry) const;
 
     /// Whether the entry holds the asset as it is now: both modification dates absent, or both present and less
     /// than dateTolerance apart.

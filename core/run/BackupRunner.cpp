@@ -1,6 +1,7 @@
 #include "run/BackupRunner.h"
 
 #include "albums/AlbumLinker.h"
+#include "index/IndexLookup.h"
 #include "library/ScopeQuery.h"
 #include "run/AssetStep.h"
 #include "run/ChangeTracker.h"
@@ -11,12 +12,13 @@
 
 #include <fstream>
 #include <iterator>
-#include <set>
+#include <unordered_set>
 
 namespace lorekeep {
 namespace {
 
-using IdentifierSet = std::set<std::string, std::less<>>;
+/// Only asked whether it holds an identifier, once per asset of a large library.
+using IdentifierSet = std::unordered_set<std::string>;
 
 void append(std::vector<std::string>& lines, std::vector<std::string> more) {
     lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
@@ -56,6 +58,8 @@ private:
     void finishIndex();
     void updateAlbums();
     bool albumsNeeded() const;
+    /// The links of the album step: for the scope's albums, or all of them.
+    DesiredLinks desiredLinks() const;
     bool changedIndex() const { return m_state.progress.copied > 0 || m_state.progress.removed > 0; }
     void saveIndex(bool albumsOwed);
 
@@ -84,7 +88,10 @@ private:
     /// Set for an incremental run: what changed since the stored token.
     std::optional<ChangeSet> m_changes;
     AssetList m_work;
-    /// Identifiers met in the walk, excluded ones left out.
+    /// For a full rescan: the index's entries by identifier, made at the start of the walk and kept up to date
+    /// with the removals; it knows which entries the walk met.
+    std::optional<IndexLookup> m_entries;
+    /// Identifiers met in an incremental walk, excluded ones left out.
     IdentifierSet m_seen;
     bool m_cancelled = false;
     /// An earlier run changed the index but did not get through its album step.
@@ -163,6 +170,12 @@ void Run::walk() {
     const AssetStep step(m_library, m_root, m_clock);
     const bool fullRescan = !m_changes;
     const std::size_t count = m_work.count();
+    // A full rescan looks up every entry of the index, and learns from the lookup which ones it did not meet; an
+    // incremental walk looks up a few.
+    if (fullRescan)
+        m_entries.emplace(m_state.index);
+    else
+        m_seen.reserve(count);
     for (std::size_t position = 0; position < count; ++position) {
         if (stopRequested())
             return;
@@ -170,8 +183,12 @@ void Run::walk() {
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
             m_state.progress.excluded += 1;
         } else {
-            m_seen.insert(asset.localIdentifier);
-            step.handle(asset, m_state, fullRescan);
+            if (m_entries) {
+                step.handle(asset, m_state, fullRescan, m_entries->meet(asset.localIdentifier));
+            } else {
+                m_seen.insert(asset.localIdentifier);
+                step.handle(asset, m_state, fullRescan);
+            }
         }
         m_state.progress.done = static_cast<std::int64_t>(position) + 1;
         report();
@@ -193,12 +210,12 @@ void Run::removeLeavers() {
         }
         leavers.insert(leavers.end(), m_changes->deleted.begin(), m_changes->deleted.end());
     } else {
-        for (const auto& [id, entry] : m_state.index.assets) {
-            if (!m_seen.contains(id))
-                leavers.push_back(id);
-        }
+        // Entries added during the walk were met in it.
+        leavers = m_entries->unmet();
     }
     for (const std::string& id : leavers) {
+        if (m_entries)
+            m_entries->forget(id);
         const std::optional<IndexedAsset> entry = m_state.drop(id);
         if (!entry)
             continue;
@@ -234,6 +251,14 @@ void Run::saveIndex(bool albumsOwed) {
     m_state.index.save(m_root);
 }
 
+DesiredLinks Run::desiredLinks() const {
+    AlbumFilter filter;
+    if (m_scope.albumIDs)
+        filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
+    return m_entries ? DesiredLinks::compute(m_library, *m_entries, filter)
+                     : DesiredLinks::compute(m_library, m_state.index, filter);
+}
+
 bool Run::albumsNeeded() const {
     if (!m_changes || m_changes->albumsChanged || m_albumsOwed)
         return true;
@@ -247,16 +272,13 @@ void Run::updateAlbums() {
         return;
     m_state.progress.updatingAlbums = true;
     report();
-    AlbumFilter filter;
-    if (m_scope.albumIDs)
-        filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
     try {
-        AlbumResult result =
-            AlbumLinker(m_root).link(m_library, m_state.index, filter, [&](std::int64_t done, std::int64_t total) {
-                m_state.progress.albumDone = done;
-                m_state.progress.albumTotal = total;
-                report();
-            });
+        DesiredLinks desired = desiredLinks();
+        AlbumResult result = AlbumLinker(m_root).link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
+            m_state.progress.albumDone = done;
+            m_state.progress.albumTotal = total;
+            report();
+        });
         append(m_state.warnings, result.warnings);
         m_albums = std::move(result);
         std::error_code ignored;

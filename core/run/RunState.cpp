@@ -17,9 +17,12 @@ std::int64_t filesOf(const IndexedAsset& entry) {
 } // namespace
 
 RunState::RunState(BackupIndex loaded, Date start) : index(std::move(loaded)), lastSave(start) {
-    progress.filesBackedUp = static_cast<std::int64_t>(index.fileCount());
+    // One pass through a large index rather than one per total.
+    for (const auto& [id, entry] : index.assets) {
+        progress.filesBackedUp += filesOf(entry);
+        progress.bytesBackedUp += bytesOf(entry);
+    }
     progress.assetsBackedUp = static_cast<std::int64_t>(index.assets.size());
-    progress.bytesBackedUp = index.byteTotal();
 }
 
 void RunState::record(const std::string& localIdentifier, IndexedAsset entry) {

@@ -82,9 +82,7 @@ VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t mi
             result.cancelled = true;
             break;
         }
-        const auto path = resolve(*entry.file);
-        std::error_code error;
-        if (!path || !std::filesystem::exists(*path, error)) {
+        if (!folders.exists(entry.file->relativePath)) {
             result.problems.push_back(entry.file->relativePath + ": missing");
             bad.insert(*entry.assetId);
         }

@@ -44,5 +44,51 @@ TEST(SafePath, refusesPathsWhoseFolderLeadsOutOfTheRootThroughALink) {
     }
 }
 
+TEST(SafePath, findsFilesOnlyInFoldersInsideTheRoot) {
+    test::TempDir outside;
+    test::TempDir dir;
+    const auto root = dir / "root";
+    std::filesystem::create_directories(root / "inner");
+    test::writeFile(root / "inner/a.jpg", "a");
+    test::writeFile(root / "top.jpg", "t");
+    test::writeFile(outside / "x.jpg", "x");
+    std::filesystem::create_directory_symlink(outside.path(), root / "away");
+    std::filesystem::create_directory_symlink(root / "inner", root / "alias");
+    std::filesystem::create_symlink(outside / "x.jpg", root / "inner/link.jpg");
+    std::filesystem::create_symlink(outside / "gone.jpg", root / "inner/dangling.jpg");
+
+    SafeFolders folders(root);
+    for (const std::string& relative : {"inner/a.jpg"s, "top.jpg"s, "alias/a.jpg"s, "inner/link.jpg"s}) {
+        EXPECT_TRUE(folders.exists(relative)) << relative;
+    }
+    for (const std::string& relative :
+         {"away/x.jpg"s, "inner/b.jpg"s, "inner/dangling.jpg"s, "inner/../top.jpg"s, "new/c.jpg"s, "inner/a.jpg/x"s}) {
+        EXPECT_FALSE(folders.exists(relative)) << relative;
+    }
+    // A folder made after it was first asked for, a file added to a folder already listed, one taken away (seen
+    // once the listings are forgotten), and more folders than are held open at once.
+    std::filesystem::create_directories(root / "new");
+    test::writeFile(root / "new/c.jpg", "c");
+    EXPECT_TRUE(folders.exists("new/c.jpg"));
+    test::writeFile(root / "inner/b.jpg", "b");
+    EXPECT_TRUE(folders.exists("inner/b.jpg"));
+    std::filesystem::remove(root / "inner/a.jpg");
+    folders.forgetListings();
+    EXPECT_FALSE(folders.exists("inner/a.jpg"));
+    EXPECT_FALSE(folders.exists("alias/a.jpg"));
+    for (int round = 0; round < 2; ++round) {
+        for (std::size_t number = 0; number < SafeFolders::openFolderLimit + 5; ++number) {
+            const std::string folder = "many/" + std::to_string(number);
+            if (round == 0) {
+                std::filesystem::create_directories(root / folder);
+                test::writeFile(root / folder / "f", "f");
+            }
+            EXPECT_TRUE(folders.exists(folder + "/f")) << folder;
+            EXPECT_FALSE(folders.exists(folder + "/g")) << folder;
+        }
+    }
+    EXPECT_FALSE(folders.exists("away/x.jpg"));
+}
+
 } // namespace
 } // namespace lorekeep

@@ -1,9 +1,11 @@
 #include "index/BackupIndex.h"
 #include "base/Json.h"
+#include "index/IndexLookup.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace lorekeep {
@@ -117,6 +119,56 @@ TEST(BackupIndex, countsFilesAndBytesAndEditsEntries) {
     EXPECT_TRUE(index.remove("A/L0/001"));
     EXPECT_FALSE(index.remove("A/L0/001"));
     EXPECT_EQ(index.find("A/L0/001"), nullptr);
+}
+
+TEST(IndexLookup, findsWhatTheIndexHoldsIncludingEntriesAddedOrReplacedLater) {
+    BackupIndex index;
+    for (int number = 0; number < 1000; ++number)
+        index.set("A" + std::to_string(number) + "/L0/001", {.modificationDate = Date::fromReferenceSeconds(number)});
+    const IndexLookup lookup(index);
+    for (int number = 0; number < 1000; ++number) {
+        const std::string id = "A" + std::to_string(number) + "/L0/001";
+        ASSERT_EQ(lookup.find(id), index.find(id)) << id;
+    }
+    EXPECT_EQ(lookup.find("A1000/L0/001"), nullptr);
+    EXPECT_EQ(lookup.find(""), nullptr);
+
+    index.set("B/L0/001", {});
+    index.set("A7/L0/001", {.modificationDate = Date::fromReferenceSeconds(-7)});
+    ASSERT_NE(lookup.find("B/L0/001"), nullptr);
+    EXPECT_EQ(lookup.find("B/L0/001"), index.find("B/L0/001"));
+    EXPECT_EQ(lookup.find("A7/L0/001")->modificationDate, Date::fromReferenceSeconds(-7));
+}
+
+TEST(IndexLookup, knowsWhichEntriesAWalkDidNotMeetAndForgetsRemovedOnes) {
+    BackupIndex index;
+    std::vector<std::string> ids;
+    for (int number = 0; number < 300; ++number)
+        ids.push_back("C" + std::to_string(number) + "/L0/001");
+    for (const std::string& id : ids)
+        index.set(id, {});
+    IndexLookup lookup(index);
+    std::vector<std::string> unmet;
+    for (std::size_t number = 0; number < ids.size(); ++number) {
+        if (number % 3 == 0)
+            EXPECT_EQ(lookup.meet(ids[number]), index.find(ids[number]));
+        else
+            unmet.push_back(ids[number]);
+    }
+    EXPECT_EQ(lookup.meet("new/L0/001"), nullptr);
+    index.set("new/L0/001", {});
+    EXPECT_NE(lookup.meet("new/L0/001"), nullptr);
+    std::sort(unmet.begin(), unmet.end());
+    EXPECT_EQ(lookup.unmet(), unmet);
+
+    // Removed entries, forgotten first, are not found; the others still are, past the slots they leave.
+    for (std::size_t number = 1; number < ids.size(); number += 3) {
+        lookup.forget(ids[number]);
+        index.remove(ids[number]);
+    }
+    for (std::size_t number = 0; number < ids.size(); ++number)
+        EXPECT_EQ(lookup.find(ids[number]), number % 3 == 1 ? nullptr : index.find(ids[number])) << ids[number];
+    EXPECT_EQ(lookup.unmet().size(), 100u);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "index/BackupIndex.h"
 #include "run/AssetStep.h"
 #include "run/ChangeTracker.h"
+#include "run/Layout.h"
 #include "support/FakePhotoLibrary.h"
 #include "support/TempDir.h"
 #include "support/TreeSnapshot.h"
@@ -412,6 +413,16 @@ TEST_F(BackupRunnerTest, aFailingIndexSaveEndsTheRunAndTheNextRunRecovers) {
     EXPECT_FALSE(recovered.incremental);
     EXPECT_EQ(recovered.progress.copied, 2);
     EXPECT_EQ(tree(), complete);
+}
+
+TEST_F(BackupRunnerTest, aFailingFinalIndexSaveEndsTheRunBeforeTheAlbumFolders) {
+    addPhoto("P1/L0/001", 0, {photo("IMG_0001.HEIC", "one")});
+    library.addAlbum({.id = "album", .title = "Trip", .assets = {"P1/L0/001"}});
+    // A folder where the index goes: the final save cannot put it in place.
+    fs::create_directories(BackupIndex::location(dest.path()) / "blocked");
+    EXPECT_THROW((void)run(), std::system_error);
+    EXPECT_FALSE(fs::exists(dest / std::string(Layout::byAlbum)));
+    EXPECT_FALSE(reports.back().updatingAlbums);
 }
 
 TEST_F(BackupRunnerTest, verificationProblemsAreRepairedByTheNextBackup) {

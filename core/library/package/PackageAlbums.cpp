@@ -4,8 +4,10 @@
 #include "library/package/PackageDatabase.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <set>
+#include <unordered_map>
 
 namespace lorekeep {
 
@@ -59,6 +61,14 @@ public:
                 return left->key < right->key;
             });
         }
+        for (const Node& node : m_nodes) {
+            m_byUuid[node.uuid].push_back(&node);
+            m_byKey.emplace(node.key, &node);
+        }
+        std::set<std::int64_t> visited;
+        walk(topLevel(), visited, m_albumsInOrder);
+        for (std::size_t position = 0; position < m_albumsInOrder.size(); ++position)
+            m_albumPositions.emplace(m_albumsInOrder[position]->key, position);
     }
 
     [[nodiscard]] std::vector<const Node*> topLevel() const {
@@ -76,10 +86,13 @@ public:
         return found == m_children.end() ? std::vector<const Node*>{} : found->second;
     }
 
-    [[nodiscard]] const Node* find(std::string_view uuid, std::int64_t kind) const {
-        for (const Node& node : m_nodes) {
-            if (node.uuid == uuid && (node.kind == kind || (kind == userAlbumKind && node.kind == sharedAlbumKind)))
-                return &node;
+    [[nodiscard]] const Node* find(const std::string& uuid, std::int64_t kind) const {
+        const auto found = m_byUuid.find(uuid);
+        if (found == m_byUuid.end())
+            return nullptr;
+        for (const Node* node : found->second) {
+            if (node->kind == kind || (kind == userAlbumKind && node->kind == sharedAlbumKind))
+                return node;
         }
         return nullptr;
     }
@@ -91,18 +104,28 @@ public:
     }
 
     /// Every album, in the order of a depth-first walk from the top level.
-    [[nodiscard]] std::vector<const Node*> albumsInOrder() const {
+    [[nodiscard]] const std::vector<const Node*>& albumsInOrder() const { return m_albumsInOrder; }
+
+    /// The albums among the keys, in the order of albumsInOrder.
+    [[nodiscard]] std::vector<const Node*> albumsAmong(const std::vector<std::int64_t>& keys) const {
+        std::vector<std::size_t> positions;
+        for (const std::int64_t key : keys) {
+            if (const auto found = m_albumPositions.find(key); found != m_albumPositions.end())
+                positions.push_back(found->second);
+        }
+        std::sort(positions.begin(), positions.end());
+        positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
         std::vector<const Node*> result;
-        std::set<std::int64_t> visited;
-        walk(topLevel(), visited, result);
+        result.reserve(positions.size());
+        for (const std::size_t position : positions)
+            result.push_back(m_albumsInOrder[position]);
         return result;
     }
 
 private:
     [[nodiscard]] bool isFolder(std::int64_t key) const {
-        return std::any_of(m_nodes.begin(), m_nodes.end(), [&](const Node& node) {
-            return node.key == key && (node.kind == folderKind || node.kind == rootFolderKind);
-        });
+        const auto found = m_byKey.find(key);
+        return found != m_byKey.end() && (found->second->kind == folderKind || found->second->kind == rootFolderKind);
     }
 
     void walk(const std::vector<const Node*>& nodes, std::set<std::int64_t>& visited,
@@ -121,19 +144,84 @@ private:
     std::int64_t m_root = 0;
     std::map<std::int64_t, std::vector<const Node*>> m_children;
     std::map<std::int64_t, std::int64_t> m_counts;
+    /// Nodes by UUID, in the order of m_nodes, and by key.
+    std::unordered_map<std::string, std::vector<const Node*>> m_byUuid;
+    std::unordered_map<std::int64_t, const Node*> m_byKey;
+    std::vector<const Node*> m_albumsInOrder;
+    /// Album key to its place in m_albumsInOrder.
+    std::unordered_map<std::int64_t, std::size_t> m_albumPositions;
+};
+
+/// Which albums hold each asset, read in one query: rows of asset UUID and album key, sorted by UUID.
+class PackageAlbums::Memberships {
+public:
+    explicit Memberships(const PackageDatabase& database) {
+        const PackageSchema& schema = database.schema();
+        SqliteStatement statement = database.sqlite().prepare(
+            "SELECT a.ZUUID, m." + schema.membershipAlbumColumn + " FROM " + schema.membershipTable + " m JOIN " +
+            schema.assetTable + " a ON a.Z_PK = m." + schema.membershipAssetColumn + " WHERE a.ZUUID IS NOT NULL");
+        while (statement.step()) {
+            const std::string uuid = statement.bytes(0);
+            // Asset identifiers carry a UUID of this length; a row with another one could never be asked for.
+            if (uuid.size() != uuidLength)
+                continue;
+            Row row{{}, statement.integer(1)};
+            std::copy(uuid.begin(), uuid.end(), row.uuid.begin());
+            m_rows.push_back(row);
+        }
+        m_rows.shrink_to_fit();
+        std::sort(m_rows.begin(), m_rows.end(),
+                  [](const Row& left, const Row& right) { return left.uuid < right.uuid; });
+    }
+
+    [[nodiscard]] std::vector<std::int64_t> albumsOf(std::string_view uuid) const {
+        std::vector<std::int64_t> albums;
+        if (uuid.size() != uuidLength)
+            return albums;
+        Row wanted{};
+        std::copy(uuid.begin(), uuid.end(), wanted.uuid.begin());
+        const auto [first, last] =
+            std::equal_range(m_rows.begin(), m_rows.end(), wanted,
+                             [](const Row& left, const Row& right) { return left.uuid < right.uuid; });
+        for (auto row = first; row != last; ++row)
+            albums.push_back(row->album);
+        return albums;
+    }
+
+private:
+    static constexpr std::size_t uuidLength = 36;
+    struct Row {
+        std::array<char, uuidLength> uuid;
+        std::int64_t album = 0;
+    };
+    std::vector<Row> m_rows;
 };
 
 PackageAlbums::PackageAlbums(std::shared_ptr<const PackageDatabase> database) : m_database(std::move(database)) {}
 
-std::shared_ptr<const PackageAlbums::Tree> PackageAlbums::tree() const {
-    // Reading the tree for every asset of a large library would cost more than the rest of its backup; the
-    // database's data version tells when Photos changed something and the tree has to be read again.
-    const std::lock_guard lock(m_mutex);
-    const std::int64_t version = m_database->sqlite().dataVersion();
-    if (!m_tree || version != m_treeVersion) {
-        m_tree = std::make_shared<const Tree>(*m_database);
-        m_treeVersion = version;
+PackageAlbums::~PackageAlbums() = default;
+
+void PackageAlbums::refresh() const {
+    // Reading the tree for every asset of a large library would cost more than the rest of its backup. SQLite's
+    // data version changes whenever another connection (Photos) commits a change: the same number means that
+    // nothing read before has changed since.
+    if (!m_dataVersion)
+        m_dataVersion.emplace(m_database->sqlite().prepare("PRAGMA data_version"));
+    m_dataVersion->reset();
+    const std::int64_t version = m_dataVersion->step() ? m_dataVersion->integer(0) : 0;
+    m_dataVersion->reset();
+    if (version != m_version) {
+        m_tree.reset();
+        m_memberships.reset();
+        m_version = version;
     }
+    if (!m_tree)
+        m_tree = std::make_shared<const Tree>(*m_database);
+}
+
+std::shared_ptr<const PackageAlbums::Tree> PackageAlbums::tree() const {
+    const std::lock_guard lock(m_mutex);
+    refresh();
     return m_tree;
 }
 
@@ -193,23 +281,21 @@ std::vector<Collection> PackageAlbums::containing(const std::string& assetIdenti
     const std::optional<std::string> uuid = LocalIdentifier::uuid(assetIdentifier, LocalIdentifier::Kind::asset);
     if (!uuid)
         return {};
-    const PackageSchema& schema = m_database->schema();
-    SqliteStatement statement = m_database->sqlite().prepare(
-        "SELECT m." + schema.membershipAlbumColumn + " FROM " + schema.membershipTable + " m JOIN " +
-        schema.assetTable + " a ON a.Z_PK = m." + schema.membershipAssetColumn + " WHERE a.ZUUID = ?");
-    statement.bind(1, *uuid);
-    std::set<std::int64_t> keys;
-    while (statement.step())
-        keys.insert(statement.integer(0));
+    std::shared_ptr<const Tree> tree;
+    std::shared_ptr<const Memberships> memberships;
+    {
+        // Asked once for every asset exported: the memberships of the whole library are read once, like the tree.
+        const std::lock_guard lock(m_mutex);
+        refresh();
+        if (!m_memberships)
+            m_memberships = std::make_shared<const Memberships>(*m_database);
+        tree = m_tree;
+        memberships = m_memberships;
+    }
+    const std::vector<std::int64_t> keys = memberships->albumsOf(*uuid);
     if (keys.empty())
         return {};
-    const auto tree = this->tree();
-    std::vector<const Node*> found;
-    for (const Node* node : tree->albumsInOrder()) {
-        if (keys.contains(node->key))
-            found.push_back(node);
-    }
-    return collections(*tree, found);
+    return collections(*tree, tree->albumsAmong(keys));
 }
 
 std::optional<std::int64_t> PackageAlbums::albumKey(const std::string& albumIdentifier) const {

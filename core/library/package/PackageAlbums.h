@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/PhotoLibrary.h"
+#include "library/SqliteStatement.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,7 @@ class PackageDatabase;
 class PackageAlbums {
 public:
     explicit PackageAlbums(std::shared_ptr<const PackageDatabase> database);
+    ~PackageAlbums();
 
     /// The children of the top-level folder in their stored order, then the iCloud shared albums.
     [[nodiscard]] std::vector<Collection> topLevel() const;
@@ -37,7 +39,10 @@ public:
 private:
     struct Node;
     class Tree;
+    class Memberships;
 
+    /// Forgets what was read before the database last changed and makes sure there is a tree. With m_mutex held.
+    void refresh() const;
     /// The folders and albums as they are now: read again only after the database changed.
     [[nodiscard]] std::shared_ptr<const Tree> tree() const;
     [[nodiscard]] static Collection collection(const Tree& tree, const Node& node);
@@ -45,8 +50,11 @@ private:
 
     std::shared_ptr<const PackageDatabase> m_database;
     mutable std::mutex m_mutex;
+    mutable std::optional<SqliteStatement> m_dataVersion;
+    mutable std::int64_t m_version = 0;
     mutable std::shared_ptr<const Tree> m_tree;
-    mutable std::int64_t m_treeVersion = 0;
+    /// Read on the first question of which albums hold an asset, and again only after the database changed.
+    mutable std::shared_ptr<const Memberships> m_memberships;
 };
 
 } // namespace lorekeep

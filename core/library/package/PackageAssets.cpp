@@ -7,8 +7,10 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <set>
+#include <span>
 
 namespace lorekeep {
 namespace {
@@ -42,34 +44,60 @@ std::optional<Date> date(const SqliteStatement& row, int column) {
 
 } // namespace
 
-/// Turns one row key into an Asset with a statement prepared once; shared by every list of one library.
+/// Turns row keys into Assets, up to rowsPerRead keys in one statement prepared once; shared by every list of one
+/// library. Each read is a statement of its own, so no read transaction outlives it.
 class PackageAssets::Reader {
 public:
     explicit Reader(std::shared_ptr<const PackageDatabase> database)
         : m_database(std::move(database)),
-          m_statement(m_database->sqlite().prepare(selectByKey(m_database->schema()))) {}
+          m_statement(m_database->sqlite().prepare(selectByKeys(m_database->schema()))) {}
 
-    Asset read(std::int64_t key) {
-        const std::lock_guard lock(m_mutex);
-        m_statement.reset();
-        m_statement.bind(1, key);
-        if (!m_statement.step())
-            throw LibraryError("An item left the Photos library while it was being read");
-        Asset asset = toAsset(m_statement);
-        m_statement.reset();
-        return asset;
+    /// The assets of the keys, in their order; nothing for a key without a row.
+    std::vector<std::optional<Asset>> read(std::span<const std::int64_t> keys) {
+        std::vector<std::pair<std::int64_t, Asset>> rows;
+        rows.reserve(keys.size());
+        {
+            const std::lock_guard lock(m_mutex);
+            const ResetOnExit reset{m_statement};
+            m_statement.reset();
+            // Placeholders left unbound are NULL, which matches no row.
+            for (std::size_t index = 0; index < keys.size() && index < rowsPerRead; ++index)
+                m_statement.bind(static_cast<int>(index) + 1, keys[index]);
+            while (m_statement.step())
+                rows.emplace_back(m_statement.integer(keyColumn), toAsset(m_statement));
+        }
+        std::sort(rows.begin(), rows.end(),
+                  [](const auto& left, const auto& right) { return left.first < right.first; });
+        std::vector<bool> taken(rows.size());
+        std::vector<std::optional<Asset>> result;
+        result.reserve(keys.size());
+        for (const std::int64_t key : keys) {
+            const auto found = std::lower_bound(
+                rows.begin(), rows.end(), key, [](const auto& row, std::int64_t wanted) { return row.first < wanted; });
+            if (found == rows.end() || found->first != key) {
+                result.emplace_back();
+                continue;
+            }
+            // A key listed twice gets a copy.
+            const auto index = static_cast<std::size_t>(found - rows.begin());
+            result.emplace_back(taken[index] ? found->second : std::move(found->second));
+            taken[index] = true;
+        }
+        return result;
     }
 
 private:
-    static std::string selectByKey(const PackageSchema& schema) {
-        return "SELECT a.ZUUID, " + PackageSchema::validDate("a.ZDATECREATED") + ", " +
+    /// What an Asset is made of, from the asset table under the alias "a"; the row key comes last.
+    static std::string columns(const PackageSchema& schema) {
+        return "a.ZUUID, " + PackageSchema::validDate("a.ZDATECREATED") + ", " +
                PackageSchema::validDate(schema.assetColumn("ZMODIFICATIONDATE", "NULL")) + ", a.ZKIND, " +
                schema.assetColumn("ZKINDSUBTYPE", "0") + ", " + schema.assetColumn("ZLATITUDE", "NULL") + ", " +
                schema.assetColumn("ZLONGITUDE", "NULL") + ", " + schema.assetColumn("ZLOCATIONDATA", "NULL") + ", " +
-               schema.assetColumn("ZFAVORITE", "0") + ", a.ZHIDDEN, " + schema.sharedCondition() + " FROM " +
-               schema.assetTable + " a WHERE a.Z_PK = ?";
+               schema.assetColumn("ZFAVORITE", "0") + ", a.ZHIDDEN, " + schema.sharedCondition() + ", a.Z_PK";
     }
+    static constexpr int keyColumn = 11;
 
+    /// A row of columns().
     static Asset toAsset(const SqliteStatement& row) {
         Asset asset;
         asset.localIdentifier = LocalIdentifier::make(row.text(0), LocalIdentifier::Kind::asset);
@@ -89,22 +117,59 @@ private:
         return asset;
     }
 
+    static std::string selectByKeys(const PackageSchema& schema) {
+        std::string placeholders = "?";
+        for (std::size_t index = 1; index < rowsPerRead; ++index)
+            placeholders += ", ?";
+        return "SELECT " + columns(schema) + " FROM " + schema.assetTable + " a WHERE a.Z_PK IN (" + placeholders + ")";
+    }
+
+    struct ResetOnExit {
+        SqliteStatement& statement;
+        ~ResetOnExit() { statement.reset(); }
+    };
+
     std::shared_ptr<const PackageDatabase> m_database;
     std::mutex m_mutex;
     SqliteStatement m_statement;
 };
 
+/// A list of row keys whose Assets are read a batch at a time: the batch that holds the asset asked for and the
+/// ones after it, so that a walk through the list costs one statement per rowsPerRead assets and the list never
+/// holds more than one batch.
 class PackageAssets::Source final : public AssetList::Source {
 public:
-    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys)
-        : m_reader(std::move(reader)), m_keys(std::move(keys)) {}
+    /// `identifiers` holds the assets' identifiers when the fetch read them already, or nothing.
+    Source(std::shared_ptr<Reader> reader, std::vector<std::int64_t> keys, std::vector<std::string> identifiers)
+        : m_reader(std::move(reader)), m_keys(std::move(keys)), m_identifiers(std::move(identifiers)) {}
 
     std::size_t count() const override { return m_keys.size(); }
-    Asset at(std::size_t index) const override { return m_reader->read(m_keys.at(index)); }
+
+    Asset at(std::size_t index) const override {
+        (void)m_keys.at(index); // an index past the end throws std::out_of_range
+        const std::lock_guard lock(m_mutex);
+        if (index < m_first || index - m_first >= m_batch.size()) {
+            const std::size_t size = std::min(rowsPerRead, m_keys.size() - index);
+            m_batch = m_reader->read(std::span(m_keys).subspan(index, size));
+            m_first = index;
+        }
+        const std::optional<Asset>& asset = m_batch[index - m_first];
+        if (!asset)
+            throw LibraryError("An item left the Photos library while it was being read");
+        return *asset;
+    }
+
+    std::string identifier(std::size_t index) const override {
+        return m_identifiers.empty() ? at(index).localIdentifier : m_identifiers.at(index);
+    }
 
 private:
     std::shared_ptr<Reader> m_reader;
     std::vector<std::int64_t> m_keys;
+    std::vector<std::string> m_identifiers;
+    mutable std::mutex m_mutex;
+    mutable std::size_t m_first = 0;
+    mutable std::vector<std::optional<Asset>> m_batch;
 };
 
 PackageAssets::PackageAssets(std::shared_ptr<const PackageDatabase> database)
@@ -225,22 +290,98 @@ AssetList PackageAssets::fetch(const std::vector<std::string>& identifiers, cons
 
 AssetList PackageAssets::fetchInAlbum(std::int64_t albumKey, const FetchOptions& options) const {
     const PackageSchema& schema = m_database->schema();
-    const std::string order = options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") + " DESC, a.Z_PK"
-                                                  : "m." + schema.membershipOrderColumn + ", a.Z_PK";
-    SqliteStatement statement = m_database->sqlite().prepare(
-        "SELECT a.Z_PK FROM " + schema.membershipTable + " m JOIN " + schema.assetTable + " a ON a.Z_PK = m." +
-        schema.membershipAssetColumn + " WHERE m." + schema.membershipAlbumColumn + " = ? AND " + conditions(options) +
-        " ORDER BY " + order);
-    statement.bind(1, albumKey);
+    const std::string from = " FROM " + schema.membershipTable + " m JOIN " + schema.assetTable + " a ON a.Z_PK = m." +
+                             schema.membershipAssetColumn + " WHERE m." + schema.membershipAlbumColumn + " = ? AND " +
+                             conditions(options);
+    const std::string sortValue =
+        options.newestFirst ? PackageSchema::validDate("a.ZDATECREATED") : "m." + schema.membershipOrderColumn;
+    // The identifiers come with the keys, for the album walk that needs no more of an asset. The rows are put in
+    // order here, which costs a small album much less than a sort in SQLite.
+    std::vector<AlbumRow> rows;
+    std::vector<std::string> uuids;
+    readAlbum("SELECT a.Z_PK, a.ZUUID, " + sortValue + from, albumKey, [&](const SqliteStatement& row) {
+        rows.push_back({row.integer(0), row.type(2), row.integer(2), row.real(2), uuids.size()});
+        uuids.push_back(row.text(1));
+    });
+    if (!sortAlbum(rows, options.newestFirst)) {
+        // Values that only SQLite knows how to order.
+        rows.clear();
+        uuids.clear();
+        const std::string order = options.newestFirst ? sortValue + " DESC, a.Z_PK" : sortValue + ", a.Z_PK";
+        readAlbum("SELECT a.Z_PK, a.ZUUID" + from + " ORDER BY " + order, albumKey, [&](const SqliteStatement& row) {
+            rows.push_back({row.integer(0), {}, 0, 0, uuids.size()});
+            uuids.push_back(row.text(1));
+        });
+    }
     std::vector<std::int64_t> keys;
-    while (statement.step())
-        keys.push_back(statement.integer(0));
-    return list(std::move(keys));
+    std::vector<std::string> identifiers;
+    keys.reserve(rows.size());
+    identifiers.reserve(rows.size());
+    for (const AlbumRow& row : rows) {
+        keys.push_back(row.key);
+        identifiers.push_back(LocalIdentifier::make(uuids[row.read], LocalIdentifier::Kind::asset));
+    }
+    return list(std::move(keys), std::move(identifiers));
 }
 
-AssetList PackageAssets::list(std::vector<std::int64_t> keys) const {
+void PackageAssets::readAlbum(const std::string& sql, std::int64_t albumKey,
+                              const std::function<void(const SqliteStatement&)>& row) const {
+    const std::lock_guard lock(m_mutex);
+    auto found = m_albumQueries.find(sql);
+    if (found == m_albumQueries.end())
+        found = m_albumQueries.emplace(sql, m_database->sqlite().prepare(sql)).first;
+    SqliteStatement& statement = found->second;
+    statement.reset();
+    statement.bind(1, albumKey);
+    try {
+        while (statement.step())
+            row(statement);
+    } catch (...) {
+        statement.reset();
+        throw;
+    }
+    // A statement left on a row would hold its read transaction open.
+    statement.reset();
+}
+
+bool PackageAssets::sortAlbum(std::vector<AlbumRow>& rows, bool newestFirst) {
+    using Type = SqliteStatement::Type;
+    // SQLite puts NULL before every number and compares integers and reals by value; anything else is left to it.
+    if (newestFirst) {
+        if (std::any_of(rows.begin(), rows.end(), [](const AlbumRow& row) {
+                return row.type != Type::null && row.type != Type::integer && row.type != Type::real;
+            }))
+            return false;
+        // Newest first, rows without a date last; a valid date is exact as a double.
+        std::sort(rows.begin(), rows.end(), [](const AlbumRow& left, const AlbumRow& right) {
+            const bool leftNull = left.type == Type::null;
+            const bool rightNull = right.type == Type::null;
+            if (leftNull != rightNull)
+                return rightNull;
+            if (!leftNull && left.real != right.real)
+                return left.real > right.real;
+            return left.key < right.key;
+        });
+        return true;
+    }
+    if (std::any_of(rows.begin(), rows.end(),
+                    [](const AlbumRow& row) { return row.type != Type::null && row.type != Type::integer; }))
+        return false;
+    std::sort(rows.begin(), rows.end(), [](const AlbumRow& left, const AlbumRow& right) {
+        const bool leftNull = left.type == Type::null;
+        const bool rightNull = right.type == Type::null;
+        if (leftNull != rightNull)
+            return leftNull;
+        if (!leftNull && left.integer != right.integer)
+            return left.integer < right.integer;
+        return left.key < right.key;
+    });
+    return true;
+}
+
+AssetList PackageAssets::list(std::vector<std::int64_t> keys, std::vector<std::string> identifiers) const {
     keys.shrink_to_fit();
-    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys)));
+    return AssetList(std::make_shared<const Source>(m_reader, std::move(keys), std::move(identifiers)));
 }
 
 } // namespace lorekeep

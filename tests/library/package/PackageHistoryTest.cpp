@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <unistd.h>
 
 namespace lorekeep {
@@ -111,6 +113,13 @@ TEST(PhotosPackageLibraryAlbums, seeWhatPhotosChangesWhileTheLibraryIsOpen) {
     const Collection before = pumpkinFarm();
     ASSERT_EQ(before.title, "Pumpkin Farm");
     ASSERT_GT(before.estimatedCount.value_or(0), 0);
+    // The album's first asset, which leaves it below.
+    const std::string first = "1EB2B765-0765-43BA-A90C-0D0580E6172C/L0/001";
+    const auto holds = [&](const std::vector<Collection>& albums) {
+        return std::any_of(albums.begin(), albums.end(),
+                           [&](const Collection& album) { return album.localIdentifier == before.localIdentifier; });
+    };
+    ASSERT_TRUE(holds(library.albumsContaining(first)));
 
     test::LibraryWriter writer(package);
     const std::string album = writer.value("SELECT Z_ENT FROM Z_PRIMARYKEY WHERE Z_NAME = 'Album'");
@@ -130,6 +139,7 @@ TEST(PhotosPackageLibraryAlbums, seeWhatPhotosChangesWhileTheLibraryIsOpen) {
     EXPECT_EQ(after.localIdentifier, before.localIdentifier);
     EXPECT_EQ(after.title, "Pumpkin Field");
     EXPECT_EQ(after.estimatedCount, *before.estimatedCount - 1);
+    EXPECT_FALSE(holds(library.albumsContaining(first)));
 }
 
 TEST(PhotosPackageLibraryOpening, readsALibraryInAReadOnlyFolder) {

@@ -1,5 +1,7 @@
 #include "library/package/PhotosPackageLibrary.h"
+#include "library/package/PackageAssets.h"
 #include "support/LibraryCopy.h"
+#include "support/LibraryWriter.h"
 #include "support/TempDir.h"
 
 #include <gmock/gmock.h>
@@ -312,6 +314,102 @@ TEST_F(PackageLibraries, showsFoldersAndAlbumsInTheirOrder) {
     EXPECT_THAT(titles(sharedTop), ElementsAre("Photo Shoot (1)", "osxphotos (2)"));
     EXPECT_EQ(sharedTop.at(1).subtype, AlbumSubtype::cloudShared);
     EXPECT_EQ(shared.fetchAssetsInAlbum(sharedTop.at(1).localIdentifier, FetchOptions{.sourceTypes = 2}).count(), 2u);
+}
+
+std::string copyUuid(std::size_t number) {
+    char uuid[40];
+    std::snprintf(uuid, sizeof uuid, "00000000-0000-4000-8000-%012zu", number);
+    return uuid;
+}
+
+TEST(PackageAssetLists, readLongListsInBatchesInTheirOwnOrder) {
+    test::TempDir dir;
+    const std::filesystem::path package = test::copyLibraryDatabase(library26, dir.path());
+    // Copies of a plain photo, enough for three batches, each newer than the one before and put first in the album
+    // "Pumpkin Farm" (album row 5): the date order and the album order both run against the row order.
+    const std::size_t copies = 2 * PackageAssets::rowsPerRead + 3;
+    std::string sql = "CREATE TEMP TABLE copy AS SELECT * FROM ZASSET WHERE Z_PK = 2;";
+    for (std::size_t number = 0; number < copies; ++number) {
+        const std::string key = std::to_string(1000 + number);
+        sql += "UPDATE copy SET Z_PK = " + key + ", ZUUID = '" + copyUuid(number) +
+               "', ZDATECREATED = " + std::to_string(800000000 + number) +
+               "; INSERT INTO ZASSET SELECT * FROM copy; INSERT INTO Z_33ASSETS VALUES (5, " + key + ", " +
+               std::to_string(-static_cast<long>(number)) + ");";
+    }
+    test::LibraryWriter writer(package);
+    writer.run(sql);
+    PhotosPackageLibrary library(package);
+
+    std::vector<std::string> newestFirst;
+    for (std::size_t number = copies; number-- > 0;)
+        newestFirst.push_back(asset(copyUuid(number)));
+    const auto identifiers = [](const AssetList& list) {
+        std::vector<std::string> result;
+        for (std::size_t index = 0; index < list.count(); ++index)
+            result.push_back(list.at(index).localIdentifier);
+        return result;
+    };
+
+    std::vector<std::string> all = identifiers(library.fetchAssets(FetchOptions{.newestFirst = true}));
+    ASSERT_EQ(all.size(), copies + 13);
+    EXPECT_EQ(std::vector(all.begin(), all.begin() + static_cast<long>(copies)), newestFirst);
+    EXPECT_EQ(all.back(), asset("8846E3E6-8AC8-4857-8448-E3D025784410")) << "the asset without a date stays last";
+
+    std::vector<std::string> some;
+    std::vector<std::string> asked{asset("00000000-0000-0000-0000-000000000000")};
+    for (std::size_t number = 0; number < copies; number += 3)
+        asked.push_back(asset(copyUuid(number)));
+    for (std::size_t number = copies; number-- > 0;) {
+        if (number % 3 == 0)
+            some.push_back(asset(copyUuid(number)));
+    }
+    EXPECT_EQ(identifiers(library.fetchAssets(asked, FetchOptions{.newestFirst = true})), some);
+
+    const std::vector<Collection> top = library.topLevelCollections();
+    const Collection* pumpkins = named(top, "Pumpkin Farm", CollectionKind::album);
+    ASSERT_TRUE(pumpkins);
+    std::vector<std::string> album = newestFirst;
+    for (const std::string uuid : {"1EB2B765-0765-43BA-A90C-0D0580E6172C", "F12384F6-CD17-4151-ACBA-AE0E3688539E",
+                                   "D79B8D77-BFFC-460B-9312-034F2877D35B"})
+        album.push_back(asset(uuid));
+    EXPECT_EQ(identifiers(library.fetchAssetsInAlbum(pumpkins->localIdentifier, FetchOptions{})), album);
+
+    // A row that goes after the list was made fails alone; the rest of its batch is still read.
+    const AssetList list = library.fetchAssets(FetchOptions{.newestFirst = true});
+    writer.run("DELETE FROM ZASSET WHERE Z_PK = " + std::to_string(1000 + copies - 2));
+    EXPECT_THROW((void)list.at(1), LibraryError);
+    EXPECT_EQ(list.at(0).localIdentifier, newestFirst.at(0));
+    EXPECT_EQ(list.at(2).localIdentifier, newestFirst.at(2));
+    EXPECT_EQ(list.at(copies - 1).localIdentifier, newestFirst.back());
+}
+
+TEST(PackageAssetLists, putAlbumsInTheOrderOfTheirValuesAsSqliteDoes) {
+    test::TempDir dir;
+    const std::filesystem::path package = test::copyLibraryDatabase(library26, dir.path());
+    test::LibraryWriter writer(package);
+    // "Pumpkin Farm" (album row 5) holds 1EB2B765, F12384F6 and D79B8D77 at 1024, 2048 and 3072. Added: 8846E3E6
+    // (row 13, no creation date) without a place, and 6191423D (row 7) at the place of F12384F6 (row 4).
+    writer.run("INSERT INTO Z_33ASSETS VALUES (5, 13, NULL); INSERT INTO Z_33ASSETS VALUES (5, 7, 2048);");
+    PhotosPackageLibrary library(package);
+    const std::vector<Collection> top = library.topLevelCollections();
+    const Collection* pumpkins = named(top, "Pumpkin Farm", CollectionKind::album);
+    ASSERT_TRUE(pumpkins);
+    const auto members = [&](const FetchOptions& options) {
+        std::vector<std::string> result;
+        const AssetList list = library.fetchAssetsInAlbum(pumpkins->localIdentifier, options);
+        for (std::size_t index = 0; index < list.count(); ++index) {
+            // The album walk asks for identifiers only, which the list has without reading the assets.
+            EXPECT_EQ(list.identifier(index), list.at(index).localIdentifier);
+            result.push_back(list.identifier(index).substr(0, 8));
+        }
+        return result;
+    };
+    EXPECT_THAT(members(FetchOptions{}), ElementsAre("8846E3E6", "1EB2B765", "F12384F6", "6191423D", "D79B8D77"));
+    EXPECT_THAT(members(FetchOptions{.newestFirst = true}),
+                ElementsAre("6191423D", "1EB2B765", "D79B8D77", "F12384F6", "8846E3E6"));
+    // A place that is not a number goes after all numbers.
+    writer.run("UPDATE Z_33ASSETS SET Z_FOK_3ASSETS = 'last' WHERE Z_33ALBUMS = 5 AND Z_3ASSETS = 2");
+    EXPECT_THAT(members(FetchOptions{}), ElementsAre("8846E3E6", "F12384F6", "6191423D", "D79B8D77", "1EB2B765"));
 }
 
 } // namespace

@@ -161,17 +161,6 @@ public:
     LibraryShape shape;
 };
 
-ResourceRecord resource(int type, int compactUti, int hint, int width, int height, const std::string& bytes) {
-    ResourceRecord record;
-    record.resourceType = type;
-    record.compactUti = compactUti;
-    record.conformanceHint = hint;
-    record.width = width;
-    record.height = height;
-    record.bytes = static_cast<std::int64_t>(bytes.size());
-    return record;
-}
-
 /// Writes an asset's files and returns its rows.
 AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const Payloads& payloads,
                        const fs::path& package, FileWriter& files) {
@@ -195,7 +184,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         record.originalBytes = static_cast<std::int64_t>(file.size());
         record.framesPerSecond = framesPerSecond;
         record.duration = static_cast<double>(videoFrames) / framesPerSecond;
-        ResourceRecord original = resource(1, movieUti, 3, record.width, record.height, file);
+        ResourceRecord original = ResourceRecord::original(1, movieUti, 3, record.width, record.height, file);
         original.codec = "jpeg";
         record.resources.push_back(original);
         files.write(originals / record.filename, file);
@@ -208,7 +197,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
     record.width = record.originalWidth = 160;
     record.height = record.originalHeight = 120;
     record.originalBytes = static_cast<std::int64_t>(still.size());
-    record.resources.push_back(resource(0, jpegUti, 1, 160, 120, still));
+    record.resources.push_back(ResourceRecord::original(0, jpegUti, 1, 160, 120, still));
     files.write(originals / record.filename, still);
 
     const bool live = kind == Kind::livePhoto || kind == Kind::editedLivePhoto;
@@ -217,7 +206,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         const std::string movie = markedMovie(payloads.liveMovies[variant], mark + " live");
         record.kindSubtype = 2;
         record.playbackStyle = 3;
-        ResourceRecord video = resource(3, movieUti, 3, 80, 60, movie);
+        ResourceRecord video = ResourceRecord::original(3, movieUti, 3, 80, 60, movie);
         video.dataStoreSubtype = 18;
         video.codec = "jpeg";
         record.resources.push_back(video);
@@ -226,7 +215,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
     if (kind == Kind::rawAndJpeg) {
         // Bytes after a TIFF's last directory and strip are never read: they only make the file its own.
         const std::string raw = payloads.raws[variant] + mark;
-        ResourceRecord alternate = resource(4, dngUti, 2, 80, 60, raw);
+        ResourceRecord alternate = ResourceRecord::original(4, dngUti, 2, 80, 60, raw);
         alternate.dataStoreSubtype = 17;
         record.resources.push_back(alternate);
         files.write(originals / (asset.uuid + "_4.dng"), raw);
@@ -238,7 +227,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         record.adjusted = added + editDelay;
         record.width = 120;
         record.height = 90;
-        ResourceRecord current = resource(0, jpegUti, 1, 120, 90, render);
+        ResourceRecord current = ResourceRecord::original(0, jpegUti, 1, 120, 90, render);
         current.version = 2;
         current.recipeId = fullSizeRenderRecipe;
         current.dataStoreSubtype = 2;
@@ -246,7 +235,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         if (live) {
             const std::string movie = markedMovie(payloads.liveMovies[variant], mark + " live edit");
             files.write(renders / (asset.uuid + "_2_100_a.mov"), movie);
-            ResourceRecord video = resource(3, movieUti, 3, 80, 60, movie);
+            ResourceRecord video = ResourceRecord::original(3, movieUti, 3, 80, 60, movie);
             video.version = 2;
             video.dataStoreSubtype = 18;
             video.codec = "jpeg";

@@ -27,6 +27,19 @@ struct ResourceRecord {
     int width = 0;
     int height = 0;
     std::int64_t bytes = 0;
+
+    /// The row of an original file (version 0) holding these bytes.
+    [[nodiscard]] static ResourceRecord original(int resourceType, int compactUti, int conformanceHint, int width,
+                                                 int height, const std::string& bytes) {
+        ResourceRecord record;
+        record.resourceType = resourceType;
+        record.compactUti = compactUti;
+        record.conformanceHint = conformanceHint;
+        record.width = width;
+        record.height = height;
+        record.bytes = static_cast<std::int64_t>(bytes.size());
+        return record;
+    }
 };
 
 /// An asset's rows: ZASSET, ZADDITIONALASSETATTRIBUTES, ZEXTENDEDATTRIBUTES and its resources.

@@ -94,17 +94,6 @@ std::string movie(const SampleAsset& asset, int width, int height, int frames, c
     return movie.build();
 }
 
-ResourceRecord original(int resourceType, int compactUti, int hint, int width, int height, const std::string& bytes) {
-    ResourceRecord record;
-    record.resourceType = resourceType;
-    record.compactUti = compactUti;
-    record.conformanceHint = hint;
-    record.width = width;
-    record.height = height;
-    record.bytes = static_cast<std::int64_t>(bytes.size());
-    return record;
-}
-
 /// Writes the files of an asset into the package and returns its database rows.
 AssetRecord writeAsset(const SampleAsset& asset, const fs::path& package, double added) {
     const fs::path originals = package / "originals" / asset.uuid.substr(0, 1);
@@ -123,7 +112,7 @@ AssetRecord writeAsset(const SampleAsset& asset, const fs::path& package, double
         record.originalBytes = static_cast<std::int64_t>(file.size());
         record.framesPerSecond = SampleLibrary::framesPerSecond;
         record.duration = static_cast<double>(videoFrames) / SampleLibrary::framesPerSecond;
-        ResourceRecord resource = original(1, movieUti, 3, record.width, record.height, file);
+        ResourceRecord resource = ResourceRecord::original(1, movieUti, 3, record.width, record.height, file);
         resource.codec = "jpeg";
         record.resources.push_back(resource);
         writeFile(originals / record.filename, file);
@@ -137,7 +126,7 @@ AssetRecord writeAsset(const SampleAsset& asset, const fs::path& package, double
     record.width = record.originalWidth = picture.width();
     record.height = record.originalHeight = picture.height();
     record.originalBytes = static_cast<std::int64_t>(jpeg.size());
-    record.resources.push_back(original(0, jpegUti, 1, picture.width(), picture.height(), jpeg));
+    record.resources.push_back(ResourceRecord::original(0, jpegUti, 1, picture.width(), picture.height(), jpeg));
     writeFile(originals / record.filename, jpeg);
 
     if (asset.kind == SampleKind::livePhoto) {
@@ -146,14 +135,14 @@ AssetRecord writeAsset(const SampleAsset& asset, const fs::path& package, double
         const std::string file = movie(asset, width, height, liveFrames, asset.mediaGroupUuid);
         record.kindSubtype = 2;
         record.playbackStyle = 3;
-        ResourceRecord resource = original(3, movieUti, 3, width, height, file);
+        ResourceRecord resource = ResourceRecord::original(3, movieUti, 3, width, height, file);
         resource.dataStoreSubtype = 18;
         resource.codec = "jpeg";
         record.resources.push_back(resource);
         writeFile(originals / (asset.uuid + "_3.mov"), file);
     } else if (asset.kind == SampleKind::rawAndJpeg) {
         const std::string file = CameraFiles::dng(picture, asset);
-        ResourceRecord resource = original(4, dngUti, 2, picture.width(), picture.height(), file);
+        ResourceRecord resource = ResourceRecord::original(4, dngUti, 2, picture.width(), picture.height(), file);
         resource.dataStoreSubtype = 17;
         record.resources.push_back(resource);
         writeFile(originals / (asset.uuid + "_4.dng"), file);
@@ -167,7 +156,7 @@ AssetRecord writeAsset(const SampleAsset& asset, const fs::path& package, double
         record.adjusted = added + editDelay;
         record.width = edited.width();
         record.height = edited.height();
-        ResourceRecord resource = original(0, jpegUti, 1, edited.width(), edited.height(), render);
+        ResourceRecord resource = ResourceRecord::original(0, jpegUti, 1, edited.width(), edited.height(), render);
         resource.version = 2;
         resource.recipeId = fullSizeRenderRecipe;
         resource.dataStoreSubtype = 2;

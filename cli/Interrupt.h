@@ -1,6 +1,6 @@
 #pragma once
 
-#include <stop_token>
+#include "base/StopToken.h"
 
 namespace lorekeep::cli {
 
@@ -13,7 +13,7 @@ public:
     Interrupt(const Interrupt&) = delete;
     Interrupt& operator=(const Interrupt&) = delete;
 
-    std::stop_token token() const;
+    StopToken token() const;
     bool requested() const;
 };
 

@@ -43,7 +43,7 @@ bool isThere(const std::filesystem::path& path) {
 class Run {
 public:
     Run(PhotoLibrary& library, const BackupRunner::Clock& clock, const BackupScope& scope,
-        const std::filesystem::path& root, const BackupRunner::ProgressCallback& progress, std::stop_token stop)
+        const std::filesystem::path& root, const BackupRunner::ProgressCallback& progress, StopToken stop)
         : m_library(library), m_clock(clock), m_scope(scope), m_root(root), m_progress(progress),
           m_stop(std::move(stop)), m_state(loadOrEmpty(root), clock()),
           m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)) {}
@@ -64,7 +64,7 @@ private:
     void saveIndex(bool albumsOwed);
 
     bool stopRequested() {
-        if (m_stop.stop_requested())
+        if (m_stop.stopRequested())
             m_cancelled = true;
         return m_cancelled;
     }
@@ -78,7 +78,7 @@ private:
     const BackupScope& m_scope;
     const std::filesystem::path& m_root;
     const BackupRunner::ProgressCallback& m_progress;
-    std::stop_token m_stop;
+    StopToken m_stop;
 
     RunState m_state;
     std::optional<ChangeToken> m_token;
@@ -298,7 +298,7 @@ BackupRunner::SharedFilterSource BackupRunner::defaultSharedFilter() {
 }
 
 BackupSummary BackupRunner::run(const BackupScope& scope, const std::filesystem::path& root,
-                                const ProgressCallback& progress, std::stop_token stop) {
+                                const ProgressCallback& progress, StopToken stop) {
     Preflight::check(root);
     Run run(m_library, m_clock, scope, root, progress, std::move(stop));
     return run.perform(m_sharedFilter);

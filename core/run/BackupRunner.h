@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Date.h"
+#include "base/StopToken.h"
 #include "library/BackupScope.h"
 #include "library/PhotoLibrary.h"
 #include "library/SharedLibraryFilter.h"
@@ -9,7 +10,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <stop_token>
 #include <string_view>
 
 namespace lorekeep {
@@ -45,7 +45,7 @@ public:
     /// index save (the index on the destination then holds the last save), and LibraryError when the library
     /// cannot list the scope's assets. Everything else ends up in the summary's errors and warnings.
     [[nodiscard]] BackupSummary run(const BackupScope& scope, const std::filesystem::path& root,
-                                    const ProgressCallback& progress, std::stop_token stop = {});
+                                    const ProgressCallback& progress, StopToken stop = {});
 
     static SharedFilterSource defaultSharedFilter();
 

@@ -46,7 +46,7 @@ std::int64_t Verifier::sampleSize(std::int64_t files, std::int64_t minimumSample
 }
 
 VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t minimumSample, double sampleFraction,
-                              const ProgressCallback& progress, std::stop_token stop) const {
+                              const ProgressCallback& progress, StopToken stop) const {
     Preflight::check(root);
     BackupIndex index = BackupIndex::load(root);
 
@@ -78,7 +78,7 @@ VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t mi
     report(0);
     std::int64_t handled = 0;
     for (const Entry& entry : entries) {
-        if (stop.stop_requested()) {
+        if (stop.stopRequested()) {
             result.cancelled = true;
             break;
         }
@@ -96,7 +96,7 @@ VerifyResult Verifier::verify(const std::filesystem::path& root, std::int64_t mi
     for (const Entry& entry : sample) {
         if (result.cancelled)
             break;
-        if (stop.stop_requested()) {
+        if (stop.stopRequested()) {
             result.cancelled = true;
             break;
         }

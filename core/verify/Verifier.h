@@ -2,11 +2,11 @@
 
 #include "base/Date.h"
 #include "base/JsonWriter.h"
+#include "base/StopToken.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -46,7 +46,7 @@ public:
     /// Throws BackupError when the destination fails its preflight, and the index's load or save error: a
     /// destination without a readable index cannot be verified. Cancellation is checked before each file.
     VerifyResult verify(const std::filesystem::path& root, std::int64_t minimumSample, double sampleFraction,
-                        const ProgressCallback& progress, std::stop_token stop = {}) const;
+                        const ProgressCallback& progress, StopToken stop = {}) const;
 
     /// How many files are hashed out of `files`: the larger of the minimum and the fraction, at most all of them.
     static std::int64_t sampleSize(std::int64_t files, std::int64_t minimumSample, double sampleFraction);

@@ -43,7 +43,7 @@ PersistentChange assetsChanged(std::vector<std::string> updated, std::vector<std
 class BackupRunnerTest : public ::testing::Test {
 protected:
     /// One run; `watch` sees every progress report.
-    BackupSummary run(std::stop_token stop = {}, const BackupRunner::ProgressCallback& watch = {}) {
+    BackupSummary run(StopToken stop = {}, const BackupRunner::ProgressCallback& watch = {}) {
         BackupRunner runner(
             library, [this] { return filter; }, [this] { return now = now.addingSeconds(tick); });
         reports.clear();
@@ -328,10 +328,10 @@ TEST_F(BackupRunnerTest, aCancelledRunKeepsWhatItDidButNotTheNewToken) {
     library.removeAsset("P6/L0/001");
     library.recordChange(assetsChanged({}, {"P6/L0/001"}));
 
-    std::stop_source stop;
-    const BackupSummary cancelled = run(stop.get_token(), [&](const BackupProgress& progress) {
+    StopSource stop;
+    const BackupSummary cancelled = run(stop.token(), [&](const BackupProgress& progress) {
         if (progress.done == 2)
-            stop.request_stop();
+            stop.requestStop();
     });
     EXPECT_TRUE(cancelled.cancelled);
     EXPECT_EQ(cancelled.progress.done, 2);
@@ -366,10 +366,10 @@ TEST_F(BackupRunnerTest, albumFoldersLeftBehindByACancelledRunAreUpdatedByTheNex
     touch("P2/L0/001");
 
     // Stopped after the last asset: the file is recorded, but its album link is not made.
-    std::stop_source stop;
-    const BackupSummary cancelled = run(stop.get_token(), [&](const BackupProgress& progress) {
+    StopSource stop;
+    const BackupSummary cancelled = run(stop.token(), [&](const BackupProgress& progress) {
         if (progress.done == 1)
-            stop.request_stop();
+            stop.requestStop();
     });
     EXPECT_EQ(cancelled.progress.copied, 1);
     EXPECT_FALSE(cancelled.albums.has_value());

@@ -113,15 +113,15 @@ TEST(Verifier, cancelledVerificationStillDropsBadAssetsButKeepsTheOldTime) {
     index.save(root.path());
     std::filesystem::remove(root / "By Date/2024/05/a0_0.jpg");
 
-    std::stop_source stop;
+    StopSource stop;
     int presenceReports = 0;
     const VerifyResult result = Verifier().verify(
         root.path(), 50, 0.02,
         [&](const VerifyProgress& p) {
             if (p.done == 3 && ++presenceReports == 1)
-                stop.request_stop();
+                stop.requestStop();
         },
-        stop.get_token());
+        stop.token());
     EXPECT_TRUE(result.cancelled);
     const BackupIndex after = BackupIndex::load(root.path());
     EXPECT_EQ(after.find("asset0"), nullptr);

@@ -4,9 +4,9 @@
 
 #include "base/Json.h"
 #include "base/JsonWriter.h"
+#include "destination/Preflight.h"
 #include "index/BackupIndex.h"
 #include "run/BackupError.h"
-#include "run/Preflight.h"
 
 #include <cstdio>
 #include <iostream>

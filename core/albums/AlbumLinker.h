@@ -6,9 +6,9 @@
 #include "albums/DesiredLinks.h"
 #include "albums/LinkMode.h"
 #include "albums/Ticker.h"
+#include "destination/Layout.h"
 #include "index/BackupIndex.h"
 #include "library/PhotoLibrary.h"
-#include "run/Layout.h"
 
 #include <filesystem>
 #include <memory>

@@ -2,8 +2,8 @@
 
 #include "albums/SiblingNames.h"
 #include "base/SafePath.h"
+#include "destination/Layout.h"
 #include "index/IndexLookup.h"
-#include "run/Layout.h"
 
 #include <algorithm>
 #include <string_view>

@@ -1,9 +1,9 @@
 #include "run/AssetStep.h"
 
 #include "base/SafeFolders.h"
+#include "destination/Trash.h"
 #include "export/AssetMeta.h"
 #include "library/FilePlan.h"
-#include "run/Trash.h"
 
 #include <cmath>
 

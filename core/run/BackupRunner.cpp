@@ -1,14 +1,14 @@
 #include "run/BackupRunner.h"
 
 #include "albums/AlbumLinker.h"
+#include "destination/Layout.h"
+#include "destination/Preflight.h"
+#include "destination/Trash.h"
 #include "index/IndexLookup.h"
 #include "library/ScopeQuery.h"
 #include "run/AssetStep.h"
 #include "run/ChangeTracker.h"
-#include "run/Layout.h"
-#include "run/Preflight.h"
 #include "run/RunState.h"
-#include "run/Trash.h"
 
 #include <fstream>
 #include <iterator>

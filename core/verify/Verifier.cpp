@@ -2,8 +2,8 @@
 
 #include "base/FileHash.h"
 #include "base/SafeFolders.h"
+#include "destination/Preflight.h"
 #include "index/BackupIndex.h"
-#include "run/Preflight.h"
 
 #include <algorithm>
 #include <cmath>

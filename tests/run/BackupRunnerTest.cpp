@@ -1,10 +1,10 @@
 #include "run/BackupRunner.h"
 
 #include "albums/AlbumLinker.h"
+#include "destination/Layout.h"
 #include "index/BackupIndex.h"
 #include "run/AssetStep.h"
 #include "run/ChangeTracker.h"
-#include "run/Layout.h"
 #include "support/FakePhotoLibrary.h"
 #include "support/TempDir.h"
 #include "support/TreeSnapshot.h"

@@ -1,4 +1,4 @@
-#include "run/Trash.h"
+#include "destination/Trash.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "run/Preflight.h"
+#include "destination/Preflight.h"
 
+#include "destination/Layout.h"
 #include "run/BackupError.h"
-#include "run/Layout.h"
 
 #include <fstream>
 #include <system_error>

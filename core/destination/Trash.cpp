@@ -1,7 +1,7 @@
-#include "run/Trash.h"
+#include "destination/Trash.h"
 
 #include "base/SafePath.h"
-#include "run/Layout.h"
+#include "destination/Layout.h"
 
 #include <cmath>
 #include <ctime>

@@ -1,4 +1,4 @@
-#include "run/Preflight.h"
+#include "destination/Preflight.h"
 #include "run/BackupError.h"
 #include "support/TempDir.h"
 

@@ -1,6 +1,6 @@
-#include "run/Layout.h"
+#include "destination/Layout.h"
 #include "base/SafePath.h"
-#include "run/Trash.h"
+#include "destination/Trash.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "run/Layout.h"
+#include "destination/Layout.h"
 
 #include "base/SafePath.h"
 

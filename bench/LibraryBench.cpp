@@ -26,6 +26,8 @@
 #include "library/package/PhotosPackageLibrary.h"
 #include "verify/Verifier.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -157,7 +159,7 @@ ChildRun Bench::backup(const char* what, bool incremental, std::int64_t copied) 
     ChildRun run = child(
         {m_cli.string(), "backup", "--library", m_library.package.string(), "--to", m_destination.string(), "--json"},
         what);
-    const rapidjson::Document summary = json::parse(run.output);
+    const json::Value summary = json::parse(run.output);
     const json::Value& progress = json::requiredObject(summary, "progress");
     const bool wasIncremental = json::requiredBool(summary, "incremental");
     const std::int64_t wasCopied = json::requiredInt64(progress, "copied");

@@ -4,10 +4,7 @@
 #include "base/Json.h"
 #include "base/JsonWriter.h"
 
-#include <rapidjson/error/en.h>
-#include <rapidjson/filereadstream.h>
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
+#include <nlohmann/json.hpp>
 
 #include <cstdio>
 #include <functional>
@@ -17,7 +14,7 @@ namespace {
 
 /// The events of a manifest: the root object's "mode" string and "links" object of strings; anything else in
 /// the root object is passed over.
-class ManifestReader : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ManifestReader> {
+class ManifestReader {
 public:
     /// Takes each link in the order of the file; false stops the reading.
     using Sink = std::function<bool(std::string_view link, std::string_view target)>;
@@ -28,14 +25,22 @@ public:
     bool sawLinks = false;
     std::optional<std::string> error;
 
-    bool Null() { return scalar(Kind::null, {}); }
-    bool Default() { return scalar(Kind::other, {}); }
-    bool String(const char* text, rapidjson::SizeType length, bool) { return scalar(Kind::string, {text, length}); }
-    bool Key(const char* text, rapidjson::SizeType length, bool) {
-        m_key.assign(text, length);
+    bool null() { return scalar(Kind::null, {}); }
+    bool boolean(bool) { return scalar(Kind::other, {}); }
+    bool number_integer(std::int64_t) { return scalar(Kind::other, {}); }
+    bool number_unsigned(std::uint64_t) { return scalar(Kind::other, {}); }
+    bool number_float(double, const std::string&) { return scalar(Kind::other, {}); }
+    bool binary(nlohmann::json::binary_t&) { return scalar(Kind::other, {}); }
+    bool string(std::string& text) { return scalar(Kind::string, text); }
+    bool key(std::string& text) {
+        m_key = std::move(text);
         return true;
     }
-    bool StartObject() {
+    bool parse_error(std::size_t offset, const std::string&, const nlohmann::json::exception& exception) {
+        error = json::syntaxError(offset, exception.what());
+        return false;
+    }
+    bool start_object(std::size_t) {
         if (m_skip == 0 && m_depth == 0) {
             m_depth = 1;
             return true;
@@ -52,14 +57,14 @@ public:
         ++m_skip;
         return true;
     }
-    bool EndObject(rapidjson::SizeType) {
+    bool end_object() {
         if (m_skip > 0)
             --m_skip;
         else
             --m_depth;
         return true;
     }
-    bool StartArray() {
+    bool start_array(std::size_t) {
         if (m_skip == 0 && m_depth == 0)
             return fail("the album manifest is not an object");
         if (m_skip == 0 && m_depth == 2)
@@ -71,7 +76,7 @@ public:
         ++m_skip;
         return true;
     }
-    bool EndArray(rapidjson::SizeType) {
+    bool end_array() {
         --m_skip;
         return true;
     }
@@ -131,11 +136,10 @@ std::optional<AlbumManifest> AlbumManifest::load(const std::filesystem::path& ro
     std::FILE* file = std::fopen(location(root).c_str(), "rb");
     if (!file)
         return std::nullopt;
-    char buffer[65536];
-    rapidjson::FileReadStream stream(file, buffer, sizeof buffer);
+    json::FileChars chars(file);
     std::optional<AlbumManifest> manifest = AlbumManifest{};
     try {
-        manifest->mode = parse(stream, [&](std::string_view link, std::string_view target) {
+        manifest->mode = parse(chars.begin(), chars.end(), [&](std::string_view link, std::string_view target) {
             manifest->links.emplace(link, target);
             return true;
         });
@@ -185,9 +189,8 @@ void AlbumManifest::write(const Sink& sink) const {
 }
 
 AlbumManifest AlbumManifest::fromJson(std::string_view text) {
-    rapidjson::MemoryStream stream(text.data(), text.size());
     AlbumManifest manifest;
-    manifest.mode = parse(stream, [&](std::string_view link, std::string_view target) {
+    manifest.mode = parse(text.begin(), text.end(), [&](std::string_view link, std::string_view target) {
         manifest.links.emplace(link, target);
         return true;
     });
@@ -223,11 +226,10 @@ std::optional<LinkChanges> AlbumManifest::changesTo(const std::filesystem::path&
         }
         return true;
     };
-    char buffer[65536];
-    rapidjson::FileReadStream stream(file, buffer, sizeof buffer);
+    json::FileChars chars(file);
     std::optional<LinkMode> mode;
     try {
-        mode = parse(stream, compare);
+        mode = parse(chars.begin(), chars.end(), compare);
     } catch (const JsonError&) {
     }
     const bool failed = std::ferror(file) != 0;
@@ -252,18 +254,14 @@ std::optional<LinkChanges> AlbumManifest::changesTo(const std::filesystem::path&
     return changes;
 }
 
-template <typename Stream>
-LinkMode AlbumManifest::parse(Stream& stream, const std::function<bool(std::string_view, std::string_view)>& sink) {
+template <typename Iterator>
+LinkMode AlbumManifest::parse(Iterator first, Iterator last,
+                              const std::function<bool(std::string_view, std::string_view)>& sink) {
     // Read event by event: the manifest of a large library holds hundreds of thousands of links, and a document
     // of them beside the text would take several times their memory.
     ManifestReader handler(sink);
-    rapidjson::Reader reader;
-    if (!reader.Parse<rapidjson::kParseFullPrecisionFlag>(stream, handler)) {
-        if (handler.error)
-            throw JsonError(*handler.error);
-        throw JsonError(std::string("invalid JSON at offset ") + std::to_string(reader.GetErrorOffset()) + ": " +
-                        rapidjson::GetParseError_En(reader.GetParseErrorCode()));
-    }
+    if (!nlohmann::json::sax_parse(first, last, &handler))
+        throw JsonError(handler.error.value_or("the album manifest does not decode"));
     if (!handler.mode)
         throw JsonError("\"mode\" is missing");
     const auto mode = linkModeFromString(*handler.mode);

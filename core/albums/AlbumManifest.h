@@ -55,8 +55,9 @@ struct AlbumManifest {
 
 private:
     /// Reads a manifest, handing each link to the sink; returns its mode. Throws JsonError.
-    template <typename Stream>
-    static LinkMode parse(Stream& stream, const std::function<bool(std::string_view, std::string_view)>& sink);
+    template <typename Iterator>
+    static LinkMode parse(Iterator first, Iterator last,
+                          const std::function<bool(std::string_view, std::string_view)>& sink);
     template <typename Sink>
     void write(const Sink& sink) const;
 };

@@ -1,15 +1,15 @@
 #include "base/Json.h"
 
-#include <rapidjson/error/en.h>
+#include <nlohmann/json.hpp>
 
 namespace lorekeep::json {
 namespace {
 
 const Value* member(const Value& object, const char* key) {
-    const auto it = object.FindMember(key);
-    if (it == object.MemberEnd() || it->value.IsNull())
+    const auto it = object.find(key);
+    if (it == object.end() || it->is_null())
         return nullptr;
-    return &it->value;
+    return &*it;
 }
 
 [[noreturn]] void wrongType(const char* key, const char* expected) {
@@ -29,18 +29,24 @@ T required(std::optional<T> value, const char* key) {
 
 } // namespace
 
-rapidjson::Document parse(std::string_view text) {
-    rapidjson::Document document;
-    document.Parse<rapidjson::kParseFullPrecisionFlag>(text.data(), text.size());
-    if (document.HasParseError()) {
-        throw JsonError(std::string("invalid JSON at offset ") + std::to_string(document.GetErrorOffset()) + ": " +
-                        rapidjson::GetParseError_En(document.GetParseError()));
+Value parse(std::string_view text) {
+    try {
+        return Value::parse(text.begin(), text.end());
+    } catch (const Value::parse_error& error) {
+        throw JsonError(syntaxError(error.byte, error.what()));
     }
-    return document;
+}
+
+std::string syntaxError(std::size_t offset, std::string_view parserMessage) {
+    // The parser's texts begin with its own exception name in brackets and repeat the position: the offset says
+    // it once.
+    if (const std::size_t reason = parserMessage.find(": "); reason != std::string_view::npos)
+        parserMessage.remove_prefix(reason + 2);
+    return "invalid JSON at offset " + std::to_string(offset) + ": " + std::string(parserMessage);
 }
 
 const Value& asObject(const Value& value, std::string_view what) {
-    if (!value.IsObject())
+    if (!value.is_object())
         throw JsonError(std::string(what) + " is not an object");
     return value;
 }
@@ -49,48 +55,50 @@ std::optional<bool> optionalBool(const Value& object, const char* key) {
     const Value* value = member(object, key);
     if (!value)
         return std::nullopt;
-    if (!value->IsBool())
+    if (!value->is_boolean())
         wrongType(key, "a boolean");
-    return value->GetBool();
+    return value->get<bool>();
 }
 
 std::optional<std::string> optionalString(const Value& object, const char* key) {
     const Value* value = member(object, key);
     if (!value)
         return std::nullopt;
-    if (!value->IsString())
+    if (!value->is_string())
         wrongType(key, "a string");
-    return std::string(value->GetString(), value->GetStringLength());
+    return value->get<std::string>();
 }
 
 std::optional<double> optionalNumber(const Value& object, const char* key) {
     const Value* value = member(object, key);
     if (!value)
         return std::nullopt;
-    if (!value->IsNumber())
+    if (!value->is_number())
         wrongType(key, "a number");
-    return value->GetDouble();
+    return value->get<double>();
 }
 
 std::optional<std::int64_t> optionalInt64(const Value& object, const char* key) {
     const Value* value = member(object, key);
     if (!value)
         return std::nullopt;
-    if (!value->IsInt64())
+    if (value->is_number_unsigned() && value->get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX))
         wrongType(key, "an integer");
-    return value->GetInt64();
+    if (!value->is_number_integer())
+        wrongType(key, "an integer");
+    return value->get<std::int64_t>();
 }
 
 const Value* optionalArray(const Value& object, const char* key) {
     const Value* value = member(object, key);
-    if (value && !value->IsArray())
+    if (value && !value->is_array())
         wrongType(key, "an array");
     return value;
 }
 
 const Value* optionalObject(const Value& object, const char* key) {
     const Value* value = member(object, key);
-    if (value && !value->IsObject())
+    if (value && !value->is_object())
         wrongType(key, "an object");
     return value;
 }
@@ -126,9 +134,19 @@ const Value& requiredObject(const Value& object, const char* key) {
 }
 
 std::string stringElement(const Value& element, const char* arrayKey) {
-    if (!element.IsString())
+    if (!element.is_string())
         throw JsonError(std::string("an element of \"") + arrayKey + "\" is not a string");
-    return {element.GetString(), element.GetStringLength()};
+    return element.get<std::string>();
+}
+
+FileChars::FileChars(std::FILE* file) : m_file(file), m_buffer(std::make_unique_for_overwrite<char[]>(bufferSize)) {
+    fill();
+}
+
+bool FileChars::fill() {
+    m_position = 0;
+    m_length = std::fread(m_buffer.get(), 1, bufferSize, m_file);
+    return m_length > 0;
 }
 
 } // namespace lorekeep::json

@@ -1,8 +1,11 @@
 #pragma once
 
-#include <rapidjson/document.h>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
+#include <cstdio>
+#include <iterator>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -16,15 +19,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Helpers for reading small keyed JSON documents held in a RapidJSON DOM. Large documents (the backup index) are
-/// read with the SAX interface instead. Every accessor throws JsonError naming the key when a member is missing
-/// (required forms) or has the wrong type (all forms).
+/// Helpers for reading small keyed JSON documents held in a document tree. Large documents (the backup index, the
+/// album manifest) are read event by event instead. Every accessor throws JsonError naming the key when a member
+/// is missing (required forms) or has the wrong type (all forms); a null member counts as a missing one.
 namespace json {
 
-using Value = rapidjson::Value;
+using Value = nlohmann::json;
 
-/// Parses text; full-precision numbers, so doubles read back exactly what was written.
-rapidjson::Document parse(std::string_view text);
+/// Parses text. Numbers read back exactly what was written.
+Value parse(std::string_view text);
 
 /// The object form of a value; throws when it is not an object. `what` names it in the error.
 const Value& asObject(const Value& value, std::string_view what);
@@ -46,6 +49,55 @@ const Value& requiredObject(const Value& object, const char* key);
 
 /// A string element of an array; throws when it is not a string.
 std::string stringElement(const Value& element, const char* arrayKey);
+
+/// The text of a syntax error found at a byte offset: "invalid JSON at offset 12: ...".
+std::string syntaxError(std::size_t offset, std::string_view parserMessage);
+
+/// The bytes of an open file as an input range, read in large pieces, for the event readers: a file of tens of
+/// megabytes streams through without being held. A read error ends the range early; the caller checks ferror.
+class FileChars {
+public:
+    explicit FileChars(std::FILE* file);
+
+    class Iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = char;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const char*;
+        using reference = const char&;
+
+        Iterator() = default;
+        explicit Iterator(FileChars* chars) : m_chars(chars) {}
+        reference operator*() const { return m_chars->m_buffer[m_chars->m_position]; }
+        Iterator& operator++() {
+            if (++m_chars->m_position == m_chars->m_length && !m_chars->fill())
+                m_chars = nullptr;
+            return *this;
+        }
+        Iterator operator++(int) {
+            Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        friend bool operator==(const Iterator&, const Iterator&) = default;
+
+    private:
+        FileChars* m_chars = nullptr;
+    };
+
+    Iterator begin() { return m_length > 0 ? Iterator(this) : Iterator(); }
+    Iterator end() { return {}; }
+
+private:
+    bool fill();
+
+    static constexpr std::size_t bufferSize = 256 * 1024;
+    std::FILE* m_file;
+    std::unique_ptr<char[]> m_buffer;
+    std::size_t m_position = 0;
+    std::size_t m_length = 0;
+};
 
 } // namespace json
 } // namespace lorekeep

@@ -3,9 +3,41 @@
 #include "base/Json.h"
 
 #include <charconv>
+#include <clocale>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 namespace lorekeep {
+namespace {
+
+// The shortest text that reads back as the same double. std::to_chars would do it, but Apple's C++ library has it
+// for floating point only from macOS 13.3 on. %g trims trailing zeros, so the first of precisions 15 to 17 that reads
+// back exactly is the short form. printf follows the C locale, which an application may have set to one with a
+// decimal comma.
+void appendShortest(std::string& out, double value) {
+    char text[40];
+    int length = 0;
+    for (int precision = 15; precision <= 17; ++precision) {
+        length = std::snprintf(text, sizeof text, "%.*g", precision, value);
+        if (std::strtod(text, nullptr) == value)
+            break;
+    }
+    const char* point = std::localeconv()->decimal_point;
+    const std::size_t pointLength = std::strlen(point);
+    if (std::strcmp(point, ".") != 0 && pointLength > 0) {
+        if (char* found = std::strstr(text, point)) {
+            const auto at = static_cast<std::size_t>(found - text);
+            *found = '.';
+            std::memmove(found + 1, found + pointLength, static_cast<std::size_t>(length) - at - pointLength + 1);
+            length -= static_cast<int>(pointLength) - 1;
+        }
+    }
+    out.append(text, static_cast<std::size_t>(length));
+}
+
+} // namespace
 
 void JsonWriter::startObject() {
     beforeValue();
@@ -76,9 +108,7 @@ void JsonWriter::number(double value) {
     if (!std::isfinite(value))
         throw JsonError("a number that is not finite cannot be written as JSON");
     beforeValue();
-    char text[32];
-    const auto result = std::to_chars(text, text + sizeof text, value);
-    m_out.append(text, result.ptr);
+    appendShortest(m_out, value);
 }
 
 void JsonWriter::integer(std::int64_t value) {

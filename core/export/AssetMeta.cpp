@@ -3,6 +3,8 @@
 #include "base/JsonWriter.h"
 #include "library/PhotoLibrary.h"
 
+#include <nlohmann/json.hpp>
+
 namespace lorekeep {
 
 AssetMeta AssetMeta::make(const Asset& asset, const std::vector<AssetResource>& resources,
@@ -104,7 +106,7 @@ AssetMeta AssetMeta::decode(const json::Value& value) {
     const json::Value& object = json::asObject(value, "an asset record");
     const auto strings = [&](const char* key) {
         std::vector<std::string> values;
-        for (const json::Value& element : json::requiredArray(object, key).GetArray())
+        for (const json::Value& element : json::requiredArray(object, key))
             values.push_back(json::stringElement(element, key));
         return values;
     };

@@ -1,5 +1,7 @@
 #include "export/ExportResult.h"
 
+#include <nlohmann/json.hpp>
+
 #include <array>
 
 namespace lorekeep {
@@ -109,7 +111,7 @@ ExportResult ExportResult::decode(const json::Value& value) {
         if (!result.metadata)
             throw JsonError("unknown metadata mode \"" + *mode + "\"");
     }
-    for (const json::Value& field : json::requiredArray(object, "metadataFields").GetArray())
+    for (const json::Value& field : json::requiredArray(object, "metadataFields"))
         result.metadataFields.push_back(json::stringElement(field, "metadataFields"));
     result.metadataNote = json::optionalString(object, "metadataNote");
     result.xmpPath = json::optionalString(object, "xmpPath");

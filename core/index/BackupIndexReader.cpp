@@ -2,12 +2,8 @@
 
 #include "base/Json.h"
 
-#include <rapidjson/error/en.h>
-#include <rapidjson/filereadstream.h>
-#include <rapidjson/memorystream.h>
-#include <rapidjson/reader.h>
+#include <nlohmann/json.hpp>
 
-#include <memory>
 #include <vector>
 
 namespace lorekeep {
@@ -106,13 +102,13 @@ const char* keyName(Field key) {
 
 // SAX handler: a stack of contexts, the key last seen in the current object, and flags for the required keys of
 // the object being read. Unknown keys are skipped with whatever they hold.
-class Handler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Handler> {
+class Handler {
 public:
     explicit Handler(BackupIndex& index) : m_index(index) {}
 
     const std::string& error() const { return m_error; }
 
-    bool StartObject() {
+    bool start_object(std::size_t) {
         switch (context()) {
         case Context::top:
             m_stack.push_back(Context::root);
@@ -151,7 +147,7 @@ public:
         return false;
     }
 
-    bool EndObject(rapidjson::SizeType) {
+    bool end_object() {
         const Context ending = context();
         m_stack.pop_back();
         if (ending == Context::file && m_fileKeys != allFileKeys)
@@ -165,7 +161,7 @@ public:
         return true;
     }
 
-    bool StartArray() {
+    bool start_array(std::size_t) {
         if (context() == Context::asset && m_key == Field::files) {
             m_hasFiles = true;
             m_asset->files.clear();
@@ -179,14 +175,13 @@ public:
         return skipOrFail("an array");
     }
 
-    bool EndArray(rapidjson::SizeType) {
+    bool end_array() {
         m_stack.pop_back();
         m_key = Field::unknown;
         return true;
     }
 
-    bool Key(const char* text, rapidjson::SizeType length, bool) {
-        const std::string_view name(text, length);
+    bool key(std::string& name) {
         switch (context()) {
         case Context::root:
             m_key = rootKey(name);
@@ -206,16 +201,15 @@ public:
         return true;
     }
 
-    bool String(const char* text, rapidjson::SizeType length, bool) {
+    bool string(std::string& value) {
         if (ignoring())
             return true;
-        std::string value(text, length);
         switch (m_key) {
         case Field::changeToken:
-            m_index.changeToken = std::move(value);
+            m_index.changeToken = value;
             return true;
         case Field::scopeKey:
-            m_index.scopeKey = std::move(value);
+            m_index.scopeKey = value;
             return true;
         case Field::role:
             if (const auto role = fileRoleFromString(value)) {
@@ -225,40 +219,39 @@ public:
             }
             return fail("unknown file role \"" + value + "\"");
         case Field::relativePath:
-            m_file->relativePath = std::move(value);
+            m_file->relativePath = value;
             m_fileKeys |= pathBit;
             return true;
         case Field::sha256:
-            m_file->sha256 = std::move(value);
+            m_file->sha256 = value;
             m_fileKeys |= hashBit;
             return true;
         case Field::xmpPath:
-            m_file->xmpPath = std::move(value);
+            m_file->xmpPath = value;
             return true;
         default:
             return wrongType("a string");
         }
     }
 
-    bool Int(int value) { return integer(value); }
-    bool Uint(unsigned value) { return integer(value); }
-    bool Int64(std::int64_t value) { return integer(value); }
-    bool Uint64(std::uint64_t value) {
+    bool number_integer(std::int64_t value) { return integer(value); }
+    bool number_unsigned(std::uint64_t value) {
         if (ignoring())
             return true;
         if (value > static_cast<std::uint64_t>(INT64_MAX))
             return fail(std::string("\"") + keyName(m_key) + "\" is out of range");
         return integer(static_cast<std::int64_t>(value));
     }
-    bool Double(double value) {
+    bool number_float(double value, const std::string&) {
         if (ignoring())
             return true;
         return date(value) || wrongType("a fractional number");
     }
 
-    bool Bool(bool) { return ignoring() || wrongType("a boolean"); }
+    bool boolean(bool) { return ignoring() || wrongType("a boolean"); }
+    bool binary(nlohmann::json::binary_t&) { return ignoring() || wrongType("binary data"); }
 
-    bool Null() {
+    bool null() {
         if (ignoring())
             return true;
         switch (m_key) {
@@ -284,6 +277,13 @@ public:
             return wrongType("a value");
         }
     }
+
+    bool parse_error(std::size_t offset, const std::string&, const nlohmann::json::exception& error) {
+        m_syntaxError = json::syntaxError(offset, error.what());
+        return false;
+    }
+
+    const std::string& syntaxError() const { return m_syntaxError; }
 
 private:
     static constexpr unsigned roleBit = 1, pathBit = 2, hashBit = 4, bytesBit = 8;
@@ -367,20 +367,18 @@ private:
     bool m_hasVersion = false;
     bool m_hasAssets = false;
     std::string m_error;
+    std::string m_syntaxError;
 };
 
-template <typename Stream>
-BackupIndex read(Stream& stream) {
+template <typename Iterator>
+BackupIndex read(Iterator first, Iterator last) {
     BackupIndex index;
     index.version = 0;
     Handler handler(index);
-    rapidjson::Reader reader;
-    const rapidjson::ParseResult result = reader.Parse<rapidjson::kParseFullPrecisionFlag>(stream, handler);
-    if (!result) {
+    if (!nlohmann::json::sax_parse(first, last, &handler)) {
         if (!handler.error().empty())
             throw JsonError("the backup index does not decode: " + handler.error());
-        throw JsonError(std::string("the backup index is not valid JSON (offset ") + std::to_string(result.Offset()) +
-                        "): " + rapidjson::GetParseError_En(result.Code()));
+        throw JsonError("the backup index is not valid JSON: " + handler.syntaxError());
     }
     return index;
 }
@@ -388,15 +386,12 @@ BackupIndex read(Stream& stream) {
 } // namespace
 
 BackupIndex readBackupIndex(std::FILE* file) {
-    constexpr std::size_t bufferSize = 256 * 1024;
-    const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
-    rapidjson::FileReadStream stream(file, buffer.get(), bufferSize);
-    return read(stream);
+    json::FileChars chars(file);
+    return read(chars.begin(), chars.end());
 }
 
 BackupIndex readBackupIndex(std::string_view text) {
-    rapidjson::MemoryStream stream(text.data(), text.size());
-    return read(stream);
+    return read(text.begin(), text.end());
 }
 
 } // namespace lorekeep

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 namespace lorekeep {
 namespace {
@@ -89,7 +90,7 @@ BackupScope BackupScope::decode(const json::Value& value) {
     BackupScope scope;
     if (const json::Value* albums = json::optionalArray(object, "albumIDs")) {
         scope.albumIDs.emplace();
-        for (const json::Value& element : albums->GetArray())
+        for (const json::Value& element : *albums)
             scope.albumIDs->push_back(json::stringElement(element, "albumIDs"));
     }
     scope.includePhotos = json::optionalBool(object, "includePhotos").value_or(true);

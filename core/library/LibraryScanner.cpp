@@ -1,5 +1,7 @@
 #include "library/LibraryScanner.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <map>
 

@@ -2,6 +2,7 @@
 #include "base/Json.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <limits>
@@ -47,7 +48,7 @@ TEST(JsonWriter, numbersReadBackToTheSameDouble) {
         writer.number(value);
         writer.endArray();
         const auto document = json::parse(writer.output());
-        EXPECT_EQ(document[0].GetDouble(), value) << writer.output();
+        EXPECT_EQ(document[0].get<double>(), value) << writer.output();
     }
     JsonWriter writer;
     writer.startArray();

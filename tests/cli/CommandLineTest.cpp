@@ -3,6 +3,7 @@
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <cstdio>
@@ -70,8 +71,8 @@ TEST(CommandLine, backsUpVerifiesAndReportsALibrary) {
     const Outcome second = lorekeep(backup + " --json");
     ASSERT_EQ(second.exitCode, 0);
     const auto summary = json::parse(second.out);
-    EXPECT_TRUE(summary["incremental"].GetBool());
-    EXPECT_EQ(summary["progress"]["copied"].GetInt64(), 0);
+    EXPECT_TRUE(summary["incremental"].get<bool>());
+    EXPECT_EQ(summary["progress"]["copied"].get<std::int64_t>(), 0);
 
     const Outcome verify = lorekeep("verify --to " + quoted(destination));
     EXPECT_EQ(verify.exitCode, 0);
@@ -80,12 +81,12 @@ TEST(CommandLine, backsUpVerifiesAndReportsALibrary) {
     const Outcome status = lorekeep("status --json --to " + quoted(destination));
     ASSERT_EQ(status.exitCode, 0);
     const auto facts = json::parse(status.out);
-    EXPECT_EQ(facts["assets"].GetInt64(), summary["progress"]["assetsBackedUp"].GetInt64());
-    EXPECT_TRUE(facts.HasMember("lastVerified"));
+    EXPECT_EQ(facts["assets"].get<std::int64_t>(), summary["progress"]["assetsBackedUp"].get<std::int64_t>());
+    EXPECT_TRUE(facts.contains("lastVerified"));
 
     const Outcome albums = lorekeep("albums --json --library " + quoted(library));
     ASSERT_EQ(albums.exitCode, 0);
-    EXPECT_TRUE(json::parse(albums.out).IsArray());
+    EXPECT_TRUE(json::parse(albums.out).is_array());
 
     // A damaged file makes verify report it and the next backup repair it.
     for (const auto& entry : std::filesystem::recursive_directory_iterator(destination / "By Date")) {

@@ -120,7 +120,7 @@ TEST_F(AssetExporterTest, writesSidecarsBesideMoviesAndHeicPhotos) {
         EXPECT_EQ(readFile(destination(file.relativePath)), file.asset.localIdentifier == "movie" ? "movie" : heic);
         const std::string sidecar = fs::path(file.relativePath).replace_extension("xmp").generic_string();
         EXPECT_EQ(result.xmpPath, sidecar);
-        const rapidjson::Document tags = test::ExifTool::tags(destination(sidecar));
+        const nlohmann::json tags = test::ExifTool::tags(destination(sidecar));
         EXPECT_EQ(test::ExifTool::text(tags, "XMP-lorekeep:AssetID"), file.asset.localIdentifier);
     }
     EXPECT_EQ(exportFile(photo).metadataNote,

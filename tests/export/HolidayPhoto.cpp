@@ -26,7 +26,7 @@ void expectHolidayPhotoMetadata(const std::filesystem::path& file) {
     using ExifTool::list;
     using ExifTool::number;
     using ExifTool::text;
-    const rapidjson::Document tags = ExifTool::tags(file);
+    const nlohmann::json tags = ExifTool::tags(file);
     EXPECT_EQ(text(tags, "XMP-lorekeep:AssetID"), holidayPhoto().localIdentifier);
     EXPECT_EQ(number(tags, "XMP-xmp:Rating"), 5);
     EXPECT_EQ(list(tags, "XMP-dc:Subject"), (std::vector<std::string>{"Holidays 2023", "Family/Kids"}));

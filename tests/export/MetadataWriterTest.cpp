@@ -105,7 +105,7 @@ TEST(MetadataWriter, embedsIntoARealPhotoKeepingWhatItAgreesWith) {
     EXPECT_EQ(MetadataWriter().embed(meta, file), std::vector<std::string>{"assetID"});
     EXPECT_EQ(SampleImages::jpegScanData(readFile(file)), scanBefore);
 
-    const rapidjson::Document tags = test::ExifTool::tags(file);
+    const nlohmann::json tags = test::ExifTool::tags(file);
     EXPECT_EQ(text(tags, "XMP-lorekeep:AssetID"), "B/L0/001");
     EXPECT_EQ(text(tags, "XMP-xmp:Rating"), "<absent>") << "a non-favourite gets no rating";
     EXPECT_EQ(text(tags, "ExifIFD:DateTimeOriginal"), "2016:10:09 14:44:18");
@@ -145,7 +145,7 @@ TEST(MetadataWriter, sidecarOfAHeicLeavesOutTheDateAndPlaceItAlreadyHolds) {
                    .longitude = -115.17071,
                    .mediaType = "image"};
     EXPECT_EQ(MetadataWriter().writeSidecar(meta, file), std::vector<std::string>{"assetID"});
-    const rapidjson::Document tags = test::ExifTool::tags(dir / "IMG_0002.xmp");
+    const nlohmann::json tags = test::ExifTool::tags(dir / "IMG_0002.xmp");
     EXPECT_EQ(text(tags, "XMP-lorekeep:AssetID"), "C/L0/001");
     EXPECT_EQ(text(tags, "XMP-exif:DateTimeOriginal"), "<absent>");
 }
@@ -165,7 +165,7 @@ TEST(MetadataWriter, sidecarOfAMovieCarriesDateAndPlaceAndReplacesTheOldOne) {
               (std::vector<std::string>{"assetID", "rating", "albums", "date", "gps"}));
     const std::filesystem::path sidecar = dir / "IMG_0003.xmp";
     EXPECT_EQ(MetadataWriter::sidecarPath(movie), sidecar);
-    const rapidjson::Document tags = test::ExifTool::tags(sidecar);
+    const nlohmann::json tags = test::ExifTool::tags(sidecar);
     EXPECT_EQ(text(tags, "XMP-lorekeep:AssetID"), holidayPhoto().localIdentifier);
     EXPECT_EQ(list(tags, "XMP-lr:HierarchicalSubject"),
               (std::vector<std::string>{"Albums|Holidays 2023", "Albums|Family/Kids"}));

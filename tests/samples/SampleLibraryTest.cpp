@@ -153,7 +153,7 @@ TEST_F(SampleLibraryTest, everyFileBacksUpAsAnImageOrMovieThatExiftoolReads) {
             const ExportResult result = exporter.exportFile(file, meta);
             ASSERT_TRUE(result.succeeded()) << *result.error;
             ++files;
-            const rapidjson::Document tags = test::ExifTool::tags(destination / file.relativePath);
+            const nlohmann::json tags = test::ExifTool::tags(destination / file.relativePath);
             const auto wanted = expected.find(file.resource.originalFilename);
             if (wanted != expected.end()) {
                 EXPECT_EQ(test::ExifTool::text(tags, "File:MIMEType"), wanted->second.first);

@@ -31,41 +31,39 @@ std::string run(const std::string& arguments, const std::filesystem::path& file)
 
 } // namespace
 
-rapidjson::Document tags(const std::filesystem::path& file) {
-    rapidjson::Document list = json::parse(run("-j -G1 -n", file));
-    if (!list.IsArray() || list.Empty() || !list[0].IsObject())
+nlohmann::json tags(const std::filesystem::path& file) {
+    nlohmann::json list = json::parse(run("-j -G1 -n", file));
+    if (!list.is_array() || list.empty() || !list[0].is_object())
         throw std::runtime_error("exiftool read nothing from " + file.string());
-    rapidjson::Document first;
-    first.CopyFrom(list[0], first.GetAllocator());
-    return first;
+    return std::move(list[0]);
 }
 
 std::string xmpPacket(const std::filesystem::path& file) {
     return run("-b -XMP", file);
 }
 
-std::string text(const rapidjson::Value& tags, const char* name) {
-    const auto it = tags.FindMember(name);
-    if (it == tags.MemberEnd())
+std::string text(const nlohmann::json& tags, const char* name) {
+    const auto it = tags.find(name);
+    if (it == tags.end())
         return "<absent>";
-    if (it->value.IsString())
-        return it->value.GetString();
-    if (it->value.IsNumber())
-        return std::to_string(it->value.GetDouble());
+    if (it->is_string())
+        return it->get<std::string>();
+    if (it->is_number())
+        return std::to_string(it->get<double>());
     return "<not text>";
 }
 
-double number(const rapidjson::Value& tags, const char* name) {
-    const auto it = tags.FindMember(name);
-    return it != tags.MemberEnd() && it->value.IsNumber() ? it->value.GetDouble() : std::nan("");
+double number(const nlohmann::json& tags, const char* name) {
+    const auto it = tags.find(name);
+    return it != tags.end() && it->is_number() ? it->get<double>() : std::nan("");
 }
 
-std::vector<std::string> list(const rapidjson::Value& tags, const char* name) {
+std::vector<std::string> list(const nlohmann::json& tags, const char* name) {
     std::vector<std::string> items;
-    const auto it = tags.FindMember(name);
-    if (it != tags.MemberEnd() && it->value.IsArray()) {
-        for (const auto& item : it->value.GetArray())
-            items.emplace_back(item.IsString() ? item.GetString() : "<not text>");
+    const auto it = tags.find(name);
+    if (it != tags.end() && it->is_array()) {
+        for (const auto& item : *it)
+            items.emplace_back(item.is_string() ? item.get<std::string>() : "<not text>");
     }
     return items;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <rapidjson/document.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <string>
@@ -13,16 +13,16 @@ namespace ExifTool {
 
 /// The tags of the file as exiftool's JSON object, names grouped by their specific location ("XMP-dc:Subject",
 /// "ExifIFD:DateTimeOriginal") and values as numbers (-G1 -n). Throws when exiftool fails.
-rapidjson::Document tags(const std::filesystem::path& file);
+nlohmann::json tags(const std::filesystem::path& file);
 /// The file's XMP packet as exiftool extracts it.
 std::string xmpPacket(const std::filesystem::path& file);
 
 /// A tag's text (numbers printed), or "<absent>".
-std::string text(const rapidjson::Value& tags, const char* name);
+std::string text(const nlohmann::json& tags, const char* name);
 /// A tag's number, or NaN when it is absent or not a number.
-double number(const rapidjson::Value& tags, const char* name);
+double number(const nlohmann::json& tags, const char* name);
 /// The items of a list tag; empty when it is absent or holds one value only.
-std::vector<std::string> list(const rapidjson::Value& tags, const char* name);
+std::vector<std::string> list(const nlohmann::json& tags, const char* name);
 
 } // namespace ExifTool
 } // namespace lorekeep::test

@@ -20,6 +20,8 @@ public:
     [[nodiscard]] virtual std::optional<QString> registerItem() = 0;
     /// Returns the error text when the unregistration failed.
     [[nodiscard]] virtual std::optional<QString> unregisterItem() = 0;
+    /// Shows the system's settings where the user approves login items (macOS: Login Items). Linux has none.
+    virtual void openApprovalSettings() {}
 };
 
 } // namespace lorekeep::app

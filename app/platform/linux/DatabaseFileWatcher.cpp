@@ -8,11 +8,10 @@
 namespace lorekeep::app {
 
 DatabaseFileWatcher::DatabaseFileWatcher(const QString& packagePath, std::function<void()> onChange)
-    : m_folder(QDir(packagePath).filePath(QStringLiteral("database"))), m_onChange(std::move(onChange)) {
+    : m_package(packagePath), m_folder(QDir(packagePath).filePath(QStringLiteral("database"))),
+      m_onChange(std::move(onChange)) {
     const QDir folder(m_folder);
     m_files = {folder.filePath(QStringLiteral("Photos.sqlite")), folder.filePath(QStringLiteral("Photos.sqlite-wal"))};
-    if (folder.exists())
-        m_watcher.addPath(m_folder);
     refresh();
     QObject::connect(&m_watcher, &QFileSystemWatcher::fileChanged, &m_watcher,
                      [this](const QString& path) { fileChanged(path); });
@@ -34,28 +33,36 @@ void DatabaseFileWatcher::fileChanged(const QString& path) {
 }
 
 bool DatabaseFileWatcher::refresh() {
+    // The package folder tells when the database folder appears or is replaced, the database folder when the
+    // files are; only the files themselves are changes of the library.
+    watch(m_package);
+    watch(m_folder);
     bool changed = false;
-    for (const QString& path : m_files) {
-        struct stat info {};
-        const bool exists = ::stat(QFile::encodeName(path).constData(), &info) == 0;
-        const auto known = m_identities.constFind(path);
-        if (!exists) {
-            if (known == m_identities.cend())
-                continue;
-            m_identities.remove(path);
-            m_watcher.removePath(path);
-            changed = true;
-            continue;
-        }
-        const Identity identity{info.st_dev, info.st_ino};
-        if (known != m_identities.cend() && *known == identity && m_watcher.files().contains(path))
-            continue;
-        m_watcher.removePath(path);
-        m_watcher.addPath(path);
-        changed = changed || known == m_identities.cend() || *known != identity;
-        m_identities.insert(path, identity);
-    }
+    for (const QString& path : m_files)
+        changed = watch(path) || changed;
     return changed;
+}
+
+bool DatabaseFileWatcher::watch(const QString& path) {
+    struct stat info {};
+    const bool exists = ::stat(QFile::encodeName(path).constData(), &info) == 0;
+    const auto known = m_identities.constFind(path);
+    if (!exists) {
+        if (known == m_identities.cend())
+            return false;
+        m_identities.remove(path);
+        m_watcher.removePath(path);
+        return true;
+    }
+    const Identity identity{info.st_dev, info.st_ino};
+    const bool replaced = known == m_identities.cend() || *known != identity;
+    // Qt drops the watch of a path that was deleted; a path still listed may be watching a dead inode.
+    if (!replaced && (m_watcher.files().contains(path) || m_watcher.directories().contains(path)))
+        return false;
+    m_watcher.removePath(path);
+    m_watcher.addPath(path);
+    m_identities.insert(path, identity);
+    return replaced;
 }
 
 std::unique_ptr<LibraryWatcher> makeLibraryWatcher(const QString& packagePath, std::function<void()> onChange) {

@@ -10,8 +10,9 @@
 namespace lorekeep::app {
 
 /// Watches a Photos library package's database (database/Photos.sqlite and its write-ahead log) through the file
-/// system. SQLite and Photos replace these files, and a watch on a replaced file goes silent: the database folder
-/// is watched too, and a file that appeared or was replaced is watched again under its new identity. Files that
+/// system. SQLite, Photos and copying tools replace these files, and a watch on a replaced file goes silent: the
+/// folders above are watched too, and a file or folder that appeared or was replaced is watched again under its
+/// new identity. Files that
 /// readers create beside the database (the shared-memory index, journals) are not changes of the library.
 class DatabaseFileWatcher final : public LibraryWatcher {
 public:
@@ -28,9 +29,13 @@ private:
     };
 
     void fileChanged(const QString& path);
-    // Watches each database file under its current identity; true when one appeared, went or was replaced.
+    // Watches the package, its database folder and each database file under their current identities; true when
+    // one of the files appeared, went or was replaced.
     bool refresh();
+    // Watches `path` under its current identity; true when it appeared, went or was replaced since last seen.
+    bool watch(const QString& path);
 
+    QString m_package;
     QString m_folder;
     QStringList m_files;
     std::function<void()> m_onChange;

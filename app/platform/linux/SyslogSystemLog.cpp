@@ -8,9 +8,9 @@ SyslogSystemLog::SyslogSystemLog() {
     ::openlog("lorekeep", LOG_PID, LOG_USER);
 }
 
-SyslogSystemLog::~SyslogSystemLog() {
-    ::closelog();
-}
+// The connection to syslog belongs to the process, not to one writer: closing it here would take the name
+// "lorekeep" away from the writers that live on.
+SyslogSystemLog::~SyslogSystemLog() = default;
 
 void SyslogSystemLog::write(Type type, const QString& message) {
     ::syslog(type == Type::error ? LOG_ERR : LOG_INFO, "%s", message.toUtf8().constData());

@@ -82,6 +82,25 @@ TEST_F(DatabaseFileWatcherTest, aLogThatDidNotExistAtTheStartIsWatchedOnceItAppe
     EXPECT_TRUE(changes([&] { append(m_database / "Photos.sqlite-wal", "more"); }));
 }
 
+TEST_F(DatabaseFileWatcherTest, aDatabaseFolderThatAppearsOrIsReplacedLaterIsWatched) {
+    std::filesystem::remove_all(m_database);
+    startWatching();
+    EXPECT_TRUE(changes([&] {
+        writeFile(m_package / "staging" / "Photos.sqlite", "copied in");
+        std::filesystem::rename(m_package / "staging", m_database);
+    }));
+    EXPECT_TRUE(changes([&] { append(m_database / "Photos.sqlite", "more"); }));
+
+    // A copying tool that swaps in a whole new database folder.
+    writeFile(m_package / "staging" / "Photos.sqlite", "copied again");
+    EXPECT_TRUE(changes([&] {
+        std::filesystem::rename(m_database, m_package / "old");
+        std::filesystem::rename(m_package / "staging", m_database);
+    }));
+    EXPECT_TRUE(changes([&] { writeFile(m_database / "Photos.sqlite-wal", "log"); }));
+    EXPECT_TRUE(changes([&] { append(m_database / "Photos.sqlite-wal", "more"); }));
+}
+
 TEST_F(DatabaseFileWatcherTest, filesThatReadersMakeBesideTheDatabaseAreNoChange) {
     startWatching();
     // A watch of the test's own on the folder tells when the folder's events have been delivered.

@@ -18,8 +18,10 @@ std::unique_ptr<NotificationCenter> makeNotificationCenter() {
 std::unique_ptr<LoginItem> makeLoginItem() {
     // $XDG_CONFIG_HOME, or ~/.config when it is not set.
     const QString config = QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    // An AppImage runs from a mount that changes at every start: the desktop must start the image itself.
+    const QString appImage = qEnvironmentVariable("APPIMAGE");
     return std::make_unique<XdgLoginItem>(QDir(config).filePath(QStringLiteral("autostart")),
-                                          QCoreApplication::applicationFilePath());
+                                          appImage.isEmpty() ? QCoreApplication::applicationFilePath() : appImage);
 }
 
 std::unique_ptr<PhotosAccess> makePhotosAccess(const QString& packagePath) {

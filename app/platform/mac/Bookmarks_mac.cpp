@@ -1,6 +1,9 @@
 #include "../Bookmarks.h"
 #include "FolderBookmarks.h"
 
+#include <QByteArray>
+#include <QString>
+
 namespace lorekeep::app {
 
 std::optional<QByteArray> makeBookmark(const QString& folderPath) {

@@ -2,6 +2,8 @@
 #include "../PlatformServices.h"
 #include "MainAppService.h"
 
+#include <QString>
+
 namespace lorekeep::app {
 
 namespace {

@@ -3,6 +3,8 @@
 #include "../PlatformServices.h"
 #include "PhotoLibraryAuthorization.h"
 
+#include <QObject>
+
 namespace lorekeep::app {
 
 namespace {

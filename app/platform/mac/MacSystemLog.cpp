@@ -1,6 +1,8 @@
 #include "../PlatformServices.h"
 #include "UnifiedLog.h"
 
+#include <QString>
+
 namespace lorekeep::app {
 
 namespace {

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -24,12 +25,14 @@ namespace {
 
 const QString notificationsService = QStringLiteral("org.freedesktop.Notifications");
 
-// A bus of the test's own: no desktop's notification server and no activatable services.
+// A bus of the test's own: no desktop's notification server, and services to start on demand only when a test
+// puts them there.
 const char* busConfig = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
   <type>session</type>
   <listen>unix:path=@SOCKET@</listen>
+  <servicedir>@SERVICES@</servicedir>
   <auth>EXTERNAL</auth>
   <policy context="default">
     <allow send_destination="*"/>
@@ -41,9 +44,17 @@ const char* busConfig = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus
 
 class PrivateBus {
 public:
-    PrivateBus() {
+    /// With `activatableNotifications`, the bus knows how to start a notification server on demand (one that
+    /// never starts here).
+    explicit PrivateBus(bool activatableNotifications = false) {
+        std::filesystem::create_directories(m_dir / "services");
+        if (activatableNotifications) {
+            writeFile(m_dir / "services" / "org.freedesktop.Notifications.service",
+                      "[D-BUS Service]\nName=org.freedesktop.Notifications\nExec=/bin/false\n");
+        }
         std::string config = busConfig;
         config.replace(config.find("@SOCKET@"), 8, (m_dir / "bus").string());
+        config.replace(config.find("@SERVICES@"), 10, (m_dir / "services").string());
         writeFile(m_dir / "bus.conf", config);
         m_daemon.start(QStringLiteral("dbus-daemon"),
                        {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
@@ -226,6 +237,21 @@ TEST_F(DBusNotificationCenterTest, permissionFollowsWhetherAServerIsOnTheBus) {
     });
     ASSERT_TRUE(runEventsUntil([&] { return answered; }));
     EXPECT_TRUE(granted);
+}
+
+TEST(DBusNotificationCenter, aServerTheBusStartsOnDemandCountsAsThere) {
+    ensureApplication();
+    const PrivateBus bus(true);
+    ASSERT_FALSE(bus.address().isEmpty()) << "dbus-daemon did not start";
+    const QString name = QStringLiteral("on-demand");
+    {
+        DBusNotificationCenter center(QDBusConnection::connectToBus(bus.address(), name));
+        std::optional<NotificationCenter::Permission> answer;
+        center.permission([&](NotificationCenter::Permission permission) { answer = permission; });
+        ASSERT_TRUE(runEventsUntil([&] { return answer.has_value(); }));
+        EXPECT_EQ(answer, NotificationCenter::Permission::allowed);
+    }
+    QDBusConnection::disconnectFromBus(name);
 }
 
 TEST_F(DBusNotificationCenterTest, withoutABusPermissionIsDeniedAndPostingDoesNothing) {

@@ -208,7 +208,10 @@ std::filesystem::path AppState::libraryPackage() const {
 
 void AppState::setLibraryPath(const QString& path) {
     m_services.settings->setLibraryPath(path.isEmpty() ? std::nullopt : std::optional<QString>(path));
+    if (m_services.makePhotosAccess)
+        m_services.photosAccess = m_services.makePhotosAccess(libraryPath());
     emit libraryPathChanged();
+    emit photosAuthorizationChanged();
     if (m_watcher) {
         m_watcher.reset();
         startAutomation();

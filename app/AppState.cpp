@@ -22,7 +22,8 @@ AppState::AppState(AppServices services, QObject* parent) : QObject(parent), m_s
     m_jobs = m_services.settings->loadJobs();
     m_autoBackup = m_services.settings->autoBackup();
     m_notifyOnProblems = m_services.settings->notifyOnProblems();
-    m_background.setMaxThreadCount(1);
+    // Reading the indexes at start must not hold up the album list the job editor waits for.
+    m_background.setMaxThreadCount(2);
     m_animation.setInterval(100);
     connect(&m_animation, &QTimer::timeout, this, [this] {
         ++m_iconFrame;

@@ -130,8 +130,7 @@ void AppState::loadAlbums() {
         return;
     m_albumsLoading = true;
     emit albumsLoadingChanged(true);
-    QPointer<QObject> context(&m_context);
-    m_background.start([this, context, open = m_services.openLibrary, package = libraryPackage()] {
+    m_background.start([this, open = m_services.openLibrary, package = libraryPackage()] {
         std::vector<AlbumInfo> albums;
         try {
             if (open) {

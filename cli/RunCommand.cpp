@@ -107,7 +107,9 @@ int runRun(const std::string& jobKey, Console& console, const Interrupt& interru
     }
     headless.showProgress(console);
     headless.watch(interrupt, [&state] { state.stop(); });
-    QObject::connect(&state, &AppState::runFinished, [&headless] { headless.quit(); });
+    // A moment for a notification posted at the end to leave over the session bus before the process ends.
+    QObject::connect(&state, &AppState::runFinished,
+                     [&headless] { QTimer::singleShot(300, [&headless] { headless.quit(); }); });
     if (!state.backUpNow(only))
         return finishedWithProblems;
     headless.exec();

@@ -292,6 +292,7 @@ void AppState::periodicTick() {
     m_periodic = m_services.scheduler->after(periodicInterval, [this] { periodicTick(); });
     if (!m_autoBackup || m_running)
         return;
+    reloadJobs();
     const bool eligible = std::any_of(m_jobs.begin(), m_jobs.end(), [this](const BackupJob& job) {
         return job.enabled && destinationURL(job, m_services.resolveBookmark).has_value();
     });
@@ -299,9 +300,19 @@ void AppState::periodicTick() {
         backUpNow();
 }
 
+void AppState::reloadJobs() {
+    m_services.settings->sync();
+    std::vector<BackupJob> stored = m_services.settings->loadJobs();
+    if (stored != m_jobs) {
+        m_jobs = std::move(stored);
+        emit jobsChanged();
+    }
+}
+
 bool AppState::backUpNow(const std::optional<QUuid>& only) {
     if (m_running)
         return false;
+    reloadJobs();
     std::vector<RunItem> items;
     for (const BackupJob& job : m_jobs) {
         if (job.enabled && (!only || *only == job.id))
@@ -314,6 +325,7 @@ bool AppState::backUpNow(const std::optional<QUuid>& only) {
 bool AppState::verifyNow(const std::optional<QUuid>& only) {
     if (m_running)
         return false;
+    reloadJobs();
     std::vector<RunItem> items;
     for (const BackupJob& job : m_jobs) {
         if (job.enabled && (!only || *only == job.id))

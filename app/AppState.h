@@ -120,8 +120,8 @@ public:
     /// The stored settings behind this state.
     [[nodiscard]] Settings& settings() { return *m_services.settings; }
 
-    /// A run of every enabled job, or of the one given (when enabled). Refused while a run is in progress.
-    /// Returns whether a run started.
+    /// A run of every enabled job, or of the one given (when enabled), as the jobs are stored at that moment.
+    /// Refused while a run is in progress. Returns whether a run started.
     bool backUpNow(const std::optional<QUuid>& job = std::nullopt);
     /// Verifies every enabled job, or the one given, now, whatever the weekly rule says. Refused while running.
     bool verifyNow(const std::optional<QUuid>& job = std::nullopt);
@@ -160,6 +160,8 @@ private:
     friend class RunWorker;
     struct RunItem;
 
+    /// Takes the stored jobs again: `lorekeep jobs` may have changed them while the agent runs.
+    void reloadJobs();
     bool startRun(std::vector<RunItem> items);
     void finishRun();
     void setRuntime(const QUuid& id, const JobRuntime& runtime);

@@ -340,6 +340,28 @@ TEST_F(AppStateTest, startChecksPhotosAccessAndRegistersTheLoginItemOnlyOnTheFir
     EXPECT_FALSE(app().startsAtLogin());
 }
 
+TEST_F(AppStateTest, theLoopSkipsRoundsWithoutARunnableJobAndRunsJobsStoredMeanwhile) {
+    BackupJob bare = BackupJob::make("Nowhere");
+    Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()), QSettings::IniFormat))
+        .saveJobs({bare});
+    app().start();
+    advance(AppState::launchDelay);
+    EXPECT_EQ(runs, 1) << "the launch run tries every job";
+    EXPECT_EQ(status(bare), "Error: no destination set");
+    advance(AppState::periodicInterval);
+    EXPECT_EQ(runs, 1);
+
+    // Another process (the command line) stores a job while this one runs.
+    BackupJob nas = BackupJob::make("NAS");
+    nas.destinationPath = QString::fromStdString((dir / "nas").string());
+    fs::create_directories(dir / "nas");
+    Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()), QSettings::IniFormat))
+        .saveJobs({bare, nas});
+    advance(AppState::periodicInterval);
+    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(status(nas), "Up to date");
+}
+
 TEST_F(AppStateTest, aJobWithoutDestinationFailsAndTheOthersRun) {
     BackupJob bare = BackupJob::make("Nowhere");
     const BackupJob nas = job("NAS", "nas");

@@ -14,7 +14,7 @@ namespace {
 
 NSString* ns(std::string_view text) {
     NSString* string = [[NSString alloc] initWithBytes:text.data() length:text.size() encoding:NSUTF8StringEncoding];
-    return string ?: @"";
+    return string ? string : @"";
 }
 
 std::string text(NSString* string) {

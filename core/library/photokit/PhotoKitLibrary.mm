@@ -25,7 +25,7 @@ using photokit::PendingRequest;
 
 NSString* ns(const std::string& text) {
     NSString* string = [[NSString alloc] initWithBytes:text.data() length:text.size() encoding:NSUTF8StringEncoding];
-    return string ?: @"";
+    return string ? string : @"";
 }
 
 std::string text(NSString* string) {

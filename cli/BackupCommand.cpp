@@ -2,6 +2,7 @@
 #include "Console.h"
 #include "ExitCode.h"
 #include "Interrupt.h"
+#include "SystemLibrary.h"
 
 #include "library/PhotosDatabase.h"
 #include "library/SharedLibraryFilter.h"
@@ -76,15 +77,20 @@ std::optional<Date> parseDay(const std::string& text) {
 
 int runBackup(const BackupOptions& options, Console& console, const Interrupt& interrupt) {
     const std::filesystem::path libraryFolder = libraryPath(options.library);
-    std::unique_ptr<PhotosPackageLibrary> library;
+    std::unique_ptr<PhotoLibrary> library;
     try {
-        library = std::make_unique<PhotosPackageLibrary>(libraryFolder);
+        if (options.library.library.empty())
+            library = openSystemLibrary(interrupt.token());
+        if (!library) {
+            auto package = std::make_unique<PhotosPackageLibrary>(libraryFolder);
+            if (package->mayMissRecentChanges())
+                console.message("note: the library's latest changes could not be read; they are backed up next time");
+            library = std::move(package);
+        }
     } catch (const std::exception& error) {
         console.message("cannot read the Photos library " + libraryFolder.string() + ": " + error.what());
         return preconditionFailed;
     }
-    if (library->mayMissRecentChanges())
-        console.message("note: the library's latest changes could not be read; they are backed up next time");
 
     BackupRunner runner(*library, [libraryFolder] { return SharedLibraryFilter::loadState(libraryFolder); });
     const auto start = std::chrono::steady_clock::now();

@@ -1,0 +1,9 @@
+#include "SystemLibrary.h"
+
+namespace lorekeep::cli {
+
+std::unique_ptr<PhotoLibrary> openSystemLibrary(StopToken) {
+    return nullptr;
+}
+
+} // namespace lorekeep::cli

@@ -316,6 +316,8 @@ void Bench::report() const {
                     row.target.empty() ? "-" : row.target.c_str(), result.c_str());
     }
     std::printf("peak RSS target: < 250 MB for every run\n");
+    // Before the scratch folder is removed, which can take minutes.
+    std::fflush(stdout);
 }
 
 // Child mode: one album pass over the destination's index; prints "<seconds> <links> <albums>".

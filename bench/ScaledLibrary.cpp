@@ -14,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <stdexcept>
@@ -121,13 +122,18 @@ struct Payloads {
 };
 
 /// A JPEG with a comment segment (after its APPn segments) that names the file.
-std::string markedJpeg(const std::string& jpeg, std::string_view mark) {
+std::size_t appSegmentsEnd(const std::string& jpeg) {
     std::size_t at = 2;
     while (at + 4 <= jpeg.size() && static_cast<unsigned char>(jpeg[at]) == 0xff &&
            (static_cast<unsigned char>(jpeg[at + 1]) & 0xf0) == 0xe0) {
         at += 2 + (static_cast<std::size_t>(static_cast<unsigned char>(jpeg[at + 2])) << 8 |
                    static_cast<unsigned char>(jpeg[at + 3]));
     }
+    return at;
+}
+
+std::string markedJpeg(const std::string& jpeg, std::string_view mark) {
+    const std::size_t at = appSegmentsEnd(jpeg);
     const std::size_t length = mark.size() + 2;
     std::string segment{'\xff', '\xfe', static_cast<char>(length >> 8), static_cast<char>(length & 0xff)};
     segment += mark;
@@ -143,6 +149,74 @@ std::string markedMovie(const std::string& movie, std::string_view mark) {
     atom += mark;
     return movie + atom;
 }
+
+/// Filler for files of real sizes: bytes without a pattern (no file system or disk can shrink them), made once.
+class Padding {
+public:
+    static constexpr std::size_t largest = 100 << 20;
+
+    explicit Padding(FileSizes sizes) {
+        if (sizes == FileSizes::small)
+            return;
+        m_bytes.resize(largest);
+        for (std::size_t at = 0; at + 8 <= m_bytes.size(); at += 8) {
+            const std::uint64_t word = mix(at);
+            std::memcpy(m_bytes.data() + at, &word, 8);
+        }
+    }
+
+    bool enabled() const { return !m_bytes.empty(); }
+
+    /// A size between `low` and `high` MB for the file of this seed.
+    static std::size_t sizeFor(std::uint64_t seed, double low, double high) {
+        const double fraction = static_cast<double>(mix(seed) % 1000) / 1000;
+        return static_cast<std::size_t>((low + (high - low) * fraction) * 1e6);
+    }
+
+    /// A JPEG grown to about `size` bytes by filler segments (APP11, which no reader of photos looks into) after
+    /// its other APPn segments.
+    std::string jpeg(const std::string& jpeg, std::size_t size) const {
+        if (jpeg.size() >= size)
+            return jpeg;
+        const std::size_t at = appSegmentsEnd(jpeg);
+        std::string result = jpeg.substr(0, at);
+        result.reserve(size + 4096);
+        constexpr std::size_t segmentData = 65'000;
+        std::size_t offset = 0;
+        while (result.size() + (jpeg.size() - at) < size) {
+            const std::size_t length = segmentData + 2;
+            result += {'\xff', '\xeb', static_cast<char>(length >> 8), static_cast<char>(length & 0xff)};
+            result.append(m_bytes, offset, segmentData);
+            offset = (offset + segmentData) % (largest - segmentData);
+        }
+        return result + jpeg.substr(at);
+    }
+
+    /// A movie with a "free" atom that brings it to `size` bytes.
+    std::string movie(const std::string& movie, std::size_t size) const {
+        if (movie.size() + 8 >= size)
+            return movie;
+        const std::size_t length = size - movie.size();
+        std::string atom{static_cast<char>(length >> 24), static_cast<char>((length >> 16) & 0xff),
+                         static_cast<char>((length >> 8) & 0xff), static_cast<char>(length & 0xff)};
+        atom += "free";
+        std::string result = movie + atom;
+        result.append(m_bytes, 0, std::min(length - 8, largest));
+        return result;
+    }
+
+    /// A TIFF with `size` bytes in all, the filler after its last strip, where no reader goes.
+    std::string tiff(const std::string& tiff, std::size_t size) const {
+        if (tiff.size() >= size)
+            return tiff;
+        std::string result = tiff;
+        result.append(m_bytes, 0, std::min(size - tiff.size(), largest));
+        return result;
+    }
+
+private:
+    std::string m_bytes;
+};
 
 class FileWriter {
 public:
@@ -163,8 +237,27 @@ public:
 
 /// Writes an asset's files and returns its rows.
 AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const Payloads& payloads,
-                       const fs::path& package, FileWriter& files) {
-    const std::size_t variant = mix(std::hash<std::string>{}(asset.uuid)) % Payloads::variants;
+                       const Padding& padding, const fs::path& package, FileWriter& files) {
+    const std::uint64_t seed = mix(std::hash<std::string>{}(asset.uuid));
+    const std::size_t variant = seed % Payloads::variants;
+    // Files of real sizes: each role of file its own size, the same in every run.
+    const auto sized = [&](std::string bytes, int role) {
+        if (!padding.enabled())
+            return bytes;
+        const std::uint64_t fileSeed = seed + static_cast<std::uint64_t>(role);
+        switch (role) {
+        case 0:
+        case 3:
+            return padding.jpeg(bytes, Padding::sizeFor(fileSeed, 2, 6));
+        case 1:
+        case 4:
+            return padding.movie(bytes, Padding::sizeFor(fileSeed, 2, 4));
+        case 2:
+            return padding.tiff(bytes, Padding::sizeFor(fileSeed, 20, 30));
+        default:
+            return padding.movie(bytes, Padding::sizeFor(fileSeed, 20, 100));
+        }
+    };
     const std::string directory(1, asset.uuid[0]);
     const fs::path originals = package / "originals" / directory;
     const fs::path renders = package / "resources" / "renders" / directory;
@@ -174,7 +267,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
     record.added = added;
 
     if (kind == Kind::video) {
-        const std::string file = markedMovie(payloads.videos[variant], mark);
+        const std::string file = sized(markedMovie(payloads.videos[variant], mark), 5);
         record.kind = 1;
         record.playbackStyle = 4;
         record.filename = asset.uuid + ".mov";
@@ -191,7 +284,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         return record;
     }
 
-    const std::string still = markedJpeg(payloads.stills[variant], mark);
+    const std::string still = sized(markedJpeg(payloads.stills[variant], mark), 0);
     record.filename = asset.uuid + ".jpeg";
     record.uniformTypeIdentifier = "public.jpeg";
     record.width = record.originalWidth = 160;
@@ -203,7 +296,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
     const bool live = kind == Kind::livePhoto || kind == Kind::editedLivePhoto;
     const bool edited = kind == Kind::editedPhoto || kind == Kind::editedLivePhoto;
     if (live) {
-        const std::string movie = markedMovie(payloads.liveMovies[variant], mark + " live");
+        const std::string movie = sized(markedMovie(payloads.liveMovies[variant], mark + " live"), 1);
         record.kindSubtype = 2;
         record.playbackStyle = 3;
         ResourceRecord video = ResourceRecord::original(3, movieUti, 3, 80, 60, movie);
@@ -214,14 +307,14 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
     }
     if (kind == Kind::rawAndJpeg) {
         // Bytes after a TIFF's last directory and strip are never read: they only make the file its own.
-        const std::string raw = payloads.raws[variant] + mark;
+        const std::string raw = sized(payloads.raws[variant] + mark, 2);
         ResourceRecord alternate = ResourceRecord::original(4, dngUti, 2, 80, 60, raw);
         alternate.dataStoreSubtype = 17;
         record.resources.push_back(alternate);
         files.write(originals / (asset.uuid + "_4.dng"), raw);
     }
     if (edited) {
-        const std::string render = markedJpeg(payloads.renders[variant], mark + " edit");
+        const std::string render = sized(markedJpeg(payloads.renders[variant], mark + " edit"), 3);
         files.write(renders / (asset.uuid + "_1_201_a.jpeg"), render);
         files.write(renders / (asset.uuid + ".plist"), payloads.adjustments);
         record.adjusted = added + editDelay;
@@ -233,7 +326,7 @@ AssetRecord writeAsset(const SampleAsset& asset, Kind kind, double added, const 
         current.dataStoreSubtype = 2;
         record.resources.push_back(current);
         if (live) {
-            const std::string movie = markedMovie(payloads.liveMovies[variant], mark + " live edit");
+            const std::string movie = sized(markedMovie(payloads.liveMovies[variant], mark + " live edit"), 4);
             files.write(renders / (asset.uuid + "_2_100_a.mov"), movie);
             ResourceRecord video = ResourceRecord::original(3, movieUti, 3, 80, 60, movie);
             video.version = 2;
@@ -289,6 +382,7 @@ LibraryShape ScaledLibrary::write(const fs::path& package) const {
     files.shape = {};
 
     const Payloads payloads;
+    const Padding padding(m_sizes);
     const double imported = localTime(lastTaken + 86400, 60, "Europe/Zurich").referenceSeconds();
     PhotosDatabaseWriter database(package / "database" / "Photos.sqlite", uuidOf(0x73746f7265ULL), imported);
     const std::int64_t root = database.addFolder(uuidOf(0x726f6f74ULL), std::nullopt, 3999, std::nullopt, 0);
@@ -298,8 +392,8 @@ LibraryShape ScaledLibrary::write(const fs::path& package) const {
     keys.reserve(static_cast<std::size_t>(m_assets));
     for (std::int64_t index = 0; index < m_assets; ++index) {
         const SampleAsset asset = assetAt(index, m_assets);
-        const AssetRecord record =
-            writeAsset(asset, kindOf(index), imported + 0.01 * static_cast<double>(index), payloads, package, files);
+        const AssetRecord record = writeAsset(asset, kindOf(index), imported + 0.01 * static_cast<double>(index),
+                                              payloads, padding, package, files);
         keys.push_back(database.addAsset(record));
     }
 

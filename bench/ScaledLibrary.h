@@ -18,10 +18,20 @@ struct LibraryShape {
     std::int64_t memberships = 0;
 };
 
+/// How large the files of a scaled library are.
+enum class FileSizes {
+    /// A few KB each: the cost per file shows.
+    small,
+    /// As a camera makes them: photos of 2-6 MB, RAW files of 20-30 MB, Live Photo movies of 2-4 MB, videos of
+    /// 20-100 MB. The small files padded where their formats allow it (filler segments in a JPEG, a "free" atom in
+    /// a movie, bytes after a TIFF's last strip), so that they still read as what they are.
+    real,
+};
+
 /// A large Photos library package in the layout of the sample library (macOS 26.1): plain photos, Live Photos,
 /// RAW+JPEG pairs, edited photos and edited Live Photos, videos, and 500 albums in a tree of folders. Every file is
 /// one of a few pictures and movies encoded once, made unique by a few bytes naming its asset so that no two files
-/// have the same hash. The same asset count always gives the same library.
+/// have the same hash. The same asset count and sizes always give the same library.
 class ScaledLibrary {
 public:
     static constexpr int topLevelAlbums = 20;
@@ -29,7 +39,8 @@ public:
     static constexpr int seasonsPerYear = 4;
     static constexpr int eventsPerSeason = 12;
 
-    explicit ScaledLibrary(std::int64_t assets) : m_assets(assets) {}
+    explicit ScaledLibrary(std::int64_t assets, FileSizes sizes = FileSizes::small)
+        : m_assets(assets), m_sizes(sizes) {}
 
     /// Writes the package into a new folder. Throws std::runtime_error when the folder exists or a file cannot be
     /// written.
@@ -40,6 +51,7 @@ public:
 
 private:
     std::int64_t m_assets;
+    FileSizes m_sizes;
 };
 
 } // namespace lorekeep::bench

@@ -29,7 +29,16 @@ AlbumResult AlbumLinker::link(PhotoLibrary& library, const BackupIndex& index, c
 }
 
 AlbumResult AlbumLinker::link(DesiredLinks desired, const Progress& progress) const {
+    // Gone before the tree changes, so that a pass that does not get through leaves no fingerprint of a tree that
+    // is no longer there.
+    const fs::path fingerprintFile = m_destination / fingerprintPath;
+    std::error_code ignored;
+    fs::remove(fingerprintFile, ignored);
     AlbumResult result = apply(linkTest(m_destination), desired.links, progress);
+    // Links that could not be made are tried again by the next pass, which the fingerprint must not spare.
+    if (!desired.fingerprint.empty() && writesLinks(result.mode) &&
+        result.links == static_cast<std::int64_t>(desired.links.size()))
+        AtomicFile::write(fingerprintFile, desired.fingerprint, AtomicFile::Durability::cached);
     result.warnings.insert(result.warnings.begin(), std::make_move_iterator(desired.warnings.begin()),
                            std::make_move_iterator(desired.warnings.end()));
     return result;
@@ -58,6 +67,17 @@ AlbumResult AlbumLinker::apply(LinkMode mode, const LinkSet& desired, const Prog
     result.links = static_cast<std::int64_t>(next.links.size());
     result.albums = DesiredLinks::folderCount(next.links);
     return result;
+}
+
+std::string AlbumLinker::fingerprint() const {
+    std::error_code error;
+    if (fs::symlink_status(byAlbum(), error).type() != fs::file_type::directory ||
+        !itemExists(byAlbum() / markerName) || !itemExists(AlbumManifest::location(m_destination)))
+        return {};
+    std::ifstream in(m_destination / fingerprintPath, std::ios::binary);
+    std::string text;
+    std::getline(in, text);
+    return text;
 }
 
 LinkMode AlbumLinker::linkTest(const fs::path& destination) {

@@ -30,6 +30,8 @@ public:
     /// Below the destination root.
     static constexpr std::string_view stagingPath = ".lorekeep/albums-staging";
     static constexpr std::string_view linkTestPath = ".lorekeep/linktest";
+    /// Beside the manifest: the fingerprint of the links the tree holds (DesiredLinks::fingerprint).
+    static constexpr std::string_view fingerprintPath = ".lorekeep/album-links.fingerprint";
     /// The warning of a pass in alias mode on a system that cannot write alias files.
     static constexpr std::string_view cannotHoldLinksWarning =
         "Album folders: the destination cannot hold links (it takes no symbolic links, and alias files cannot be "
@@ -45,8 +47,12 @@ public:
     [[nodiscard]] AlbumResult link(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter,
                                    const Progress& progress = {}) const;
     /// The same with the links worked out already (DesiredLinks::compute), so that a caller can have them worked
-    /// out while it does something else.
+    /// out while it does something else. Keeps their fingerprint beside the manifest when every link was made.
     [[nodiscard]] AlbumResult link(DesiredLinks desired, const Progress& progress = {}) const;
+
+    /// The fingerprint of the links "By Album" holds, when it is our tree with its manifest and the last pass made
+    /// every link; empty otherwise. A pass whose links have this fingerprint would change nothing.
+    [[nodiscard]] std::string fingerprint() const;
 
     /// Makes "By Album" hold exactly the desired links in the mode: changes only what differs from the manifest
     /// when its mode matches and the marker is in place, otherwise rebuilds the whole tree and swaps it in. Saves

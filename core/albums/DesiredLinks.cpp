@@ -2,6 +2,7 @@
 
 #include "albums/SiblingNames.h"
 #include "base/SafePath.h"
+#include "base/Sha256.h"
 #include "destination/Layout.h"
 #include "index/IndexLookup.h"
 
@@ -32,6 +33,19 @@ public:
         }
     }
 
+    /// Ends the walk: the fingerprint, and the links unless the fingerprint is `known`.
+    void finish(std::string_view known) {
+        const Sha256::Digest digest = m_hash.finish();
+        result.fingerprint = Sha256::hex(digest.data(), digest.size());
+        result.unchanged = !known.empty() && result.fingerprint == known;
+        if (result.unchanged)
+            return;
+        for (Album& album : m_albums) {
+            m_files.swap(album.files);
+            add(album.folder);
+        }
+    }
+
     DesiredLinks result;
 
 private:
@@ -43,6 +57,12 @@ private:
         collections(m_library.childCollections(id), path);
         m_open.pop_back();
     }
+
+    /// An album folder and its files: name and path below the destination, in the order met.
+    struct Album {
+        std::string folder;
+        std::vector<std::pair<std::string_view, const std::string*>> files;
+    };
 
     void album(const std::string& id, const std::string& path) {
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
@@ -57,7 +77,19 @@ private:
                     take(*file.xmpPath);
             }
         }
-        add(path);
+        // The links are made once the walk is through, and only when the fingerprint says they may have changed.
+        hash(path);
+        for (const auto& [name, target] : m_files)
+            hash(*target);
+        hash("");
+        m_albums.push_back({path, std::move(m_files)});
+        m_files = {};
+    }
+
+    /// Adds text to the fingerprint, ended so that no two sequences of texts run together the same way.
+    void hash(std::string_view text) {
+        m_hash.update(text.data(), text.size());
+        m_hash.update("", 1);
     }
 
     /// Notes a file for the album being walked, or warns about a path that must not be linked.
@@ -94,8 +126,11 @@ private:
     const AlbumFilter& m_filter;
     std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
-    /// The files of the album being walked: name and path below the destination, in the order met.
+    /// The files of the album being walked (or whose links are being added): name and path below the destination,
+    /// in the order met.
     std::vector<std::pair<std::string_view, const std::string*>> m_files;
+    std::vector<Album> m_albums;
+    Sha256 m_hash;
     /// The link path being added, kept to spare an allocation per link.
     std::string m_link;
 };
@@ -106,9 +141,16 @@ DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& ind
     return compute(library, IndexLookup(index), filter);
 }
 
-DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter) {
+DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& index, const AlbumFilter& filter,
+                                   std::string_view known) {
+    return compute(library, IndexLookup(index), filter, known);
+}
+
+DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter,
+                                   std::string_view known) {
     Walk walk(library, entries, filter);
     walk.collections(library.topLevelCollections(), {});
+    walk.finish(known);
     return std::move(walk.result);
 }
 

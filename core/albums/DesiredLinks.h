@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lorekeep {
@@ -22,6 +23,11 @@ struct DesiredLinks {
     /// One line per index path that was left out because it does not stay inside the destination or points into
     /// the engine's own folders.
     std::vector<std::string> warnings;
+    /// A digest of everything the links are made from: the album folders' paths, in the library's order, each with
+    /// the index paths of its assets' files in album order. Equal fingerprints mean equal links.
+    std::string fingerprint;
+    /// The fingerprint is the one the caller knew: the links were not made.
+    bool unchanged = false;
 
     /// Walks the library's folders and albums in library order. Titles become cleaned folder names, unique among
     /// their siblings; an album left out by the filter still takes its name. When two files would get the same
@@ -29,9 +35,13 @@ struct DesiredLinks {
     /// album with nothing backed up gets no folder. Library errors are thrown.
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
                                               const AlbumFilter& filter);
-    /// The same, finding the index's entries through a lookup made before.
+    /// The same, finding the index's entries through a lookup made before. When the fingerprint comes out as
+    /// `known`, the links are left unmade (the walk through the library is most of the work; making the links and
+    /// comparing them with the folders the rest).
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const IndexLookup& entries,
-                                              const AlbumFilter& filter);
+                                              const AlbumFilter& filter, std::string_view known = {});
+    [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
+                                              const AlbumFilter& filter, std::string_view known);
 
     /// The number of distinct album folders that the links lie in.
     [[nodiscard]] static std::int64_t folderCount(const LinkSet& links);

@@ -54,9 +54,13 @@ void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta) const {
         }
         // Left over from an export that died midway.
         removeQuietly(partial);
-        if (!fetch(draft, partial))
+        std::optional<std::vector<char>> bytes;
+        if (!fetch(draft, partial, bytes))
             return;
-        complete(draft, meta, partial, target);
+        if (bytes)
+            completeInMemory(draft, meta, *bytes, partial, target);
+        else
+            complete(draft, meta, partial, target);
     } catch (const std::exception& error) {
         removeQuietly(partial);
         draft.error = error.what();
@@ -66,10 +70,12 @@ void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta) const {
     }
 }
 
-bool AssetExporter::fetch(ExportDraft& draft, const fs::path& partial) const {
+bool AssetExporter::fetch(ExportDraft& draft, const fs::path& partial, std::optional<std::vector<char>>& bytes) const {
     const AssetResource& resource = draft.file.resource;
     try {
-        m_library->writeResource(resource, partial, false);
+        bytes = m_library->readResource(resource, inMemoryLimit);
+        if (!bytes)
+            m_library->writeResource(resource, partial, false);
         return true;
     } catch (const std::exception&) {
         // Whatever kept the local write from working, the network write is the next try; a file fetched that
@@ -102,6 +108,56 @@ bool AssetExporter::fetch(ExportDraft& draft, const fs::path& partial) const {
     }
 }
 
+AssetExporter::MetadataPlacement AssetExporter::placement(const ExportDraft& draft) const {
+    const FileRole role = draft.file.role;
+    // The photo of a Live Photo pair carries the metadata.
+    if (role == FileRole::livePhotoVideo || role == FileRole::editedLiveVideo)
+        return MetadataPlacement::none;
+    return MetadataWriter::isEmbeddable(lowerCaseExtension(draft.file.relativePath)) ? MetadataPlacement::embed
+                                                                                     : MetadataPlacement::sidecar;
+}
+
+void AssetExporter::completeInMemory(ExportDraft& draft, const AssetMeta& meta, const std::vector<char>& bytes,
+                                     const fs::path& partial, const fs::path& target) const {
+    const MetadataPlacement where = placement(draft);
+    // The image is read once, for the embedding and for the properties a sidecar leaves out when the file agrees.
+    std::unique_ptr<MetadataBackend::ImageSource> image;
+    if (where != MetadataPlacement::none)
+        image = m_writer.openImage(bytes);
+
+    std::optional<MetadataWriter::Embedded> embedded;
+    if (where == MetadataPlacement::none) {
+        draft.metadata = MetadataMode::skipped;
+    } else if (where == MetadataPlacement::embed) {
+        try {
+            embedded = m_writer.embed(meta, image.get());
+        } catch (const std::exception& error) {
+            draft.metadataNote = std::string("embed failed, fell back to .xmp: ") + error.what();
+        }
+    }
+
+    FileDigest written;
+    if (embedded) {
+        draft.sourceSha256 = FileHash::sha256(std::span<const char>(bytes)).sha256;
+        written = FileHash::writeHashed(partial, embedded->bytes);
+        draft.metadataFields = std::move(embedded->fields);
+        draft.metadata = MetadataMode::embedded;
+    } else {
+        // Without embedding the bytes written are the library's: one hash serves as both.
+        written = FileHash::writeHashed(partial, bytes);
+        draft.sourceSha256 = written.sha256;
+    }
+    draft.sha256 = written.sha256;
+    draft.bytes = written.bytes;
+    moveIntoPlace(partial, target);
+
+    if (where != MetadataPlacement::none && !embedded) {
+        draft.metadataFields = m_writer.writeSidecar(meta, target, image ? image->properties() : ImageProperties{});
+        draft.metadata = MetadataMode::xmpSidecar;
+        draft.xmpPath = sidecarRelativePath(draft.file.relativePath);
+    }
+}
+
 void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs::path& partial,
                              const fs::path& target) const {
     const FileDigest source = FileHash::sha256(partial);
@@ -109,11 +165,10 @@ void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs
 
     bool embedded = false;
     bool needsSidecar = false;
-    const FileRole role = draft.file.role;
-    if (role == FileRole::livePhotoVideo || role == FileRole::editedLiveVideo) {
-        // The photo of the pair carries the metadata.
+    const MetadataPlacement where = placement(draft);
+    if (where == MetadataPlacement::none) {
         draft.metadata = MetadataMode::skipped;
-    } else if (MetadataWriter::isEmbeddable(lowerCaseExtension(draft.file.relativePath))) {
+    } else if (where == MetadataPlacement::embed) {
         try {
             draft.metadataFields = m_writer.embed(meta, partial);
             draft.metadata = MetadataMode::embedded;
@@ -130,18 +185,21 @@ void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs
     const FileDigest written = embedded ? FileHash::sha256(partial) : source;
     draft.sha256 = written.sha256;
     draft.bytes = written.bytes;
-
-    // rename() replaces a file already at the target in one step, so the target never goes missing in between.
-    std::error_code error;
-    fs::rename(partial, target, error);
-    if (error)
-        throw std::system_error(error, "cannot move into place " + target.string());
+    moveIntoPlace(partial, target);
 
     if (needsSidecar) {
         draft.metadataFields = m_writer.writeSidecar(meta, target);
         draft.metadata = MetadataMode::xmpSidecar;
         draft.xmpPath = sidecarRelativePath(draft.file.relativePath);
     }
+}
+
+void AssetExporter::moveIntoPlace(const fs::path& partial, const fs::path& target) {
+    // rename() replaces a file already at the target in one step, so the target never goes missing in between.
+    std::error_code error;
+    fs::rename(partial, target, error);
+    if (error)
+        throw std::system_error(error, "cannot move into place " + target.string());
 }
 
 } // namespace lorekeep

@@ -5,7 +5,10 @@
 #include "export/MetadataWriter.h"
 #include "library/FilePlan.h"
 
+#include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <vector>
 
 namespace lorekeep {
 
@@ -28,13 +31,28 @@ public:
     /// The sidecar path of a planned path: its extension replaced by "xmp".
     static std::string sidecarRelativePath(const std::string& relativePath);
 
+    /// Files up to this size that the library can read into memory are read once, given their metadata there,
+    /// and hashed as they are written; larger ones are copied by the library, then hashed (and, for a photo,
+    /// rewritten with metadata) from the copy.
+    static constexpr std::size_t inMemoryLimit = 64 << 20;
+
 private:
+    /// How a file's metadata goes with it.
+    enum class MetadataPlacement { none, embed, sidecar };
+
     void run(ExportDraft& draft, const AssetMeta& meta) const;
-    /// Puts the resource's bytes into `partial`; false (with the error set) when no way worked.
-    bool fetch(ExportDraft& draft, const std::filesystem::path& partial) const;
+    /// Puts the resource's bytes into `bytes` or, when the library does not hand them out in memory, into
+    /// `partial`; false (with the error set) when no way worked.
+    bool fetch(ExportDraft& draft, const std::filesystem::path& partial, std::optional<std::vector<char>>& bytes) const;
+    MetadataPlacement placement(const ExportDraft& draft) const;
+    /// Writes bytes held in memory with their metadata to `partial`, hashing them on the way. Throws on failure.
+    void completeInMemory(ExportDraft& draft, const AssetMeta& meta, const std::vector<char>& bytes,
+                          const std::filesystem::path& partial, const std::filesystem::path& target) const;
     /// Hashes, writes metadata, moves into place and writes a sidecar when one is needed. Throws on failure.
     void complete(ExportDraft& draft, const AssetMeta& meta, const std::filesystem::path& partial,
                   const std::filesystem::path& target) const;
+    /// Moves the finished file into place.
+    static void moveIntoPlace(const std::filesystem::path& partial, const std::filesystem::path& target);
 
     std::filesystem::path m_root;
     PhotoLibrary* m_library;

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace lorekeep {
@@ -25,9 +26,10 @@ public:
         virtual const ImageProperties& properties() const = 0;
         /// Whether this backend can write images of this type.
         virtual bool canWrite() const = 0;
-        /// Writes a new file at `destination`: this image with the metadata merged into what it already has and
-        /// its image data copied as it is. Throws an exception whose what() is the reason (possibly empty).
-        virtual void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const = 0;
+        /// This image with the metadata merged into what it already has and its image data copied as it is, made
+        /// in memory and held by the source until it goes away; a source makes one copy. Throws an exception whose
+        /// what() is the reason (possibly empty).
+        virtual std::span<const char> withMetadata(const XmpMetadata& metadata) const = 0;
     };
 
     virtual ~MetadataBackend() = default;
@@ -36,6 +38,9 @@ public:
     virtual bool registerNamespaces() const = 0;
     /// The file as an image, or nullptr when it is not an image this backend can read.
     virtual std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const = 0;
+    /// The bytes as an image, read where they are: they must outlive the source. nullptr when they are not an
+    /// image this backend can read.
+    virtual std::unique_ptr<ImageSource> openImage(std::span<const char> bytes) const = 0;
     /// The metadata as an XMP document for a sidecar, or nothing when it cannot be serialised.
     virtual std::optional<std::string> serialize(const XmpMetadata& metadata) const = 0;
 

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <mutex>
+#include <span>
 #include <stdexcept>
 #include <string_view>
 #include <vector>
@@ -84,8 +85,9 @@ std::string typeIdentifierFor(const std::string& mimeType) {
 
 // ---- reading
 
-void copyProperty(const Exiv2::ExifData& exif, const char* key, PropertyDictionary& into, std::string_view name) {
-    const auto datum = exif.findKey(Exiv2::ExifKey(key));
+void copyProperty(const Exiv2::ExifData& exif, const Exiv2::ExifKey& key, PropertyDictionary& into,
+                  std::string_view name) {
+    const auto datum = exif.findKey(key);
     if (datum == exif.end() || datum->count() == 0)
         return;
     if (datum->typeId() == Exiv2::asciiString)
@@ -96,8 +98,9 @@ void copyProperty(const Exiv2::ExifData& exif, const char* key, PropertyDictiona
 
 // A GPS coordinate as degrees: three rationals (degrees, minutes, seconds), or one number. Anything else is kept as
 // text, which the writer treats as no coordinate.
-void copyCoordinate(const Exiv2::ExifData& exif, const char* key, PropertyDictionary& into, std::string_view name) {
-    const auto datum = exif.findKey(Exiv2::ExifKey(key));
+void copyCoordinate(const Exiv2::ExifData& exif, const Exiv2::ExifKey& key, PropertyDictionary& into,
+                    std::string_view name) {
+    const auto datum = exif.findKey(key);
     if (datum == exif.end() || datum->count() == 0)
         return;
     const bool rational = datum->typeId() == Exiv2::unsignedRational || datum->typeId() == Exiv2::signedRational;
@@ -120,14 +123,34 @@ void copyCoordinate(const Exiv2::ExifData& exif, const char* key, PropertyDictio
     }
 }
 
+/// The EXIF keys read and written for every photo: made from their names once, which costs more than the lookups.
+struct ExifKeys {
+    Exiv2::ExifKey dateTimeOriginal{"Exif.Photo.DateTimeOriginal"};
+    Exiv2::ExifKey offsetTimeOriginal{"Exif.Photo.OffsetTimeOriginal"};
+    Exiv2::ExifKey exifVersion{"Exif.Photo.ExifVersion"};
+    Exiv2::ExifKey gpsVersion{"Exif.GPSInfo.GPSVersionID"};
+    Exiv2::ExifKey latitude{"Exif.GPSInfo.GPSLatitude"};
+    Exiv2::ExifKey latitudeRef{"Exif.GPSInfo.GPSLatitudeRef"};
+    Exiv2::ExifKey longitude{"Exif.GPSInfo.GPSLongitude"};
+    Exiv2::ExifKey longitudeRef{"Exif.GPSInfo.GPSLongitudeRef"};
+    Exiv2::ExifKey altitude{"Exif.GPSInfo.GPSAltitude"};
+    Exiv2::ExifKey altitudeRef{"Exif.GPSInfo.GPSAltitudeRef"};
+
+    static const ExifKeys& get() {
+        static const ExifKeys keys;
+        return keys;
+    }
+};
+
 ImageProperties propertiesOf(const Exiv2::ExifData& exif) {
+    const ExifKeys& key = ExifKeys::get();
     ImageProperties properties;
-    copyProperty(exif, "Exif.Photo.DateTimeOriginal", properties.exif, ImageProperty::dateTimeOriginal);
-    copyProperty(exif, "Exif.Photo.OffsetTimeOriginal", properties.exif, ImageProperty::offsetTimeOriginal);
-    copyCoordinate(exif, "Exif.GPSInfo.GPSLatitude", properties.gps, ImageProperty::latitude);
-    copyProperty(exif, "Exif.GPSInfo.GPSLatitudeRef", properties.gps, ImageProperty::latitudeRef);
-    copyCoordinate(exif, "Exif.GPSInfo.GPSLongitude", properties.gps, ImageProperty::longitude);
-    copyProperty(exif, "Exif.GPSInfo.GPSLongitudeRef", properties.gps, ImageProperty::longitudeRef);
+    copyProperty(exif, key.dateTimeOriginal, properties.exif, ImageProperty::dateTimeOriginal);
+    copyProperty(exif, key.offsetTimeOriginal, properties.exif, ImageProperty::offsetTimeOriginal);
+    copyCoordinate(exif, key.latitude, properties.gps, ImageProperty::latitude);
+    copyProperty(exif, key.latitudeRef, properties.gps, ImageProperty::latitudeRef);
+    copyCoordinate(exif, key.longitude, properties.gps, ImageProperty::longitude);
+    copyProperty(exif, key.longitudeRef, properties.gps, ImageProperty::longitudeRef);
     return properties;
 }
 
@@ -224,27 +247,38 @@ void applyXmp(const XmpMetadata& metadata, Exiv2::XmpData& xmp) {
     }
 }
 
+// ExifData::operator[] with a key made once.
+Exiv2::Exifdatum& datum(Exiv2::ExifData& exif, const Exiv2::ExifKey& key) {
+    auto position = exif.findKey(key);
+    if (position == exif.end()) {
+        exif.add(Exiv2::Exifdatum(key));
+        position = exif.findKey(key);
+    }
+    return *position;
+}
+
 void applyExif(const XmpMetadata& metadata, Exiv2::ExifData& exif) {
+    const ExifKeys& key = ExifKeys::get();
     if (metadata.date) {
         // OffsetTimeOriginal came with EXIF 2.31; readers look at the version of an EXIF block we start.
-        if (exif.findKey(Exiv2::ExifKey("Exif.Photo.ExifVersion")) == exif.end())
-            exif["Exif.Photo.ExifVersion"] = std::string("48 50 51 50");
-        exif["Exif.Photo.DateTimeOriginal"] = metadata.date->dateTimeOriginal;
-        exif["Exif.Photo.OffsetTimeOriginal"] = metadata.date->offsetTimeOriginal;
+        if (exif.findKey(key.exifVersion) == exif.end())
+            datum(exif, key.exifVersion) = std::string("48 50 51 50");
+        datum(exif, key.dateTimeOriginal) = metadata.date->dateTimeOriginal;
+        datum(exif, key.offsetTimeOriginal) = metadata.date->offsetTimeOriginal;
     }
     if (const auto& gps = metadata.gps) {
-        if (exif.findKey(Exiv2::ExifKey("Exif.GPSInfo.GPSVersionID")) == exif.end())
-            exif["Exif.GPSInfo.GPSVersionID"] = std::string("2 2 0 0");
+        if (exif.findKey(key.gpsVersion) == exif.end())
+            datum(exif, key.gpsVersion) = std::string("2 2 0 0");
         const Exiv2::URationalValue latitude = exifCoordinate(gps->latitude);
         const Exiv2::URationalValue longitude = exifCoordinate(gps->longitude);
-        exif["Exif.GPSInfo.GPSLatitudeRef"] = gps->latitudeRef;
-        exif["Exif.GPSInfo.GPSLatitude"].setValue(&latitude);
-        exif["Exif.GPSInfo.GPSLongitudeRef"] = gps->longitudeRef;
-        exif["Exif.GPSInfo.GPSLongitude"].setValue(&longitude);
+        datum(exif, key.latitudeRef) = gps->latitudeRef;
+        datum(exif, key.latitude).setValue(&latitude);
+        datum(exif, key.longitudeRef) = gps->longitudeRef;
+        datum(exif, key.longitude).setValue(&longitude);
         if (gps->altitude && gps->altitudeRef) {
             const Exiv2::URationalValue altitude = exifAltitude(*gps->altitude);
-            exif["Exif.GPSInfo.GPSAltitudeRef"] = std::to_string(*gps->altitudeRef);
-            exif["Exif.GPSInfo.GPSAltitude"].setValue(&altitude);
+            datum(exif, key.altitudeRef) = std::to_string(*gps->altitudeRef);
+            datum(exif, key.altitude).setValue(&altitude);
         }
     }
 }
@@ -271,41 +305,54 @@ bool writes(int imageType, Exiv2::MetadataId kind) {
     return mode == Exiv2::amWrite || mode == Exiv2::amReadWrite;
 }
 
-/// An image read into memory once: its properties come from that reading, and a copy with metadata is made from
+/// An image in memory, read once: its properties come from that reading, and a copy with metadata is made from
 /// the same bytes, where Exiv2 changes only the metadata blocks and carries the image data over byte for byte.
 class Exiv2ImageSource final : public MetadataBackend::ImageSource {
 public:
-    Exiv2ImageSource(std::vector<char> bytes, std::unique_ptr<Exiv2::Image> image, std::string typeIdentifier)
-        : m_bytes(std::move(bytes)), m_image(std::move(image)), m_typeIdentifier(std::move(typeIdentifier)),
+    /// `bytes` are where Exiv2 reads from; `owned` holds them when the source is to keep them.
+    Exiv2ImageSource(std::vector<char> owned, std::unique_ptr<Exiv2::Image> image, std::string typeIdentifier)
+        : m_owned(std::move(owned)), m_image(std::move(image)), m_typeIdentifier(std::move(typeIdentifier)),
           m_properties(propertiesOf(m_image->exifData())) {}
 
     const std::string& typeIdentifier() const override { return m_typeIdentifier; }
     const ImageProperties& properties() const override { return m_properties; }
     bool canWrite() const override { return writes(m_image->imageType(), Exiv2::mdXmp); }
 
-    void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const override {
+    std::span<const char> withMetadata(const XmpMetadata& metadata) const override {
         applyXmp(metadata, m_image->xmpData());
         if (writes(m_image->imageType(), Exiv2::mdExif))
             applyExif(metadata, m_image->exifData());
+        // The new file is made in a memory buffer of Exiv2's own, which the image keeps; the bytes it was read
+        // from are left as they were.
         m_image->writeMetadata();
         Exiv2::BasicIo& io = m_image->io();
-        const long size = io.size();
         const Exiv2::byte* bytes = io.mmap();
-        std::ofstream out(destination, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(bytes), size);
-        io.munmap();
-        if (!out.flush())
-            throw std::runtime_error("cannot write " + destination.string());
+        return {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(io.size())};
     }
 
 private:
-    // The memory Exiv2 reads from: it must outlive the image.
-    std::vector<char> m_bytes;
+    // The memory Exiv2 reads from when the source owns it: it must outlive the image.
+    std::vector<char> m_owned;
     // Changed by the copy (the metadata merged in): a source makes one copy.
     mutable std::unique_ptr<Exiv2::Image> m_image;
     std::string m_typeIdentifier;
     ImageProperties m_properties;
 };
+
+/// An Exiv2 image of bytes in memory, read, or nullptr when they are no image.
+std::unique_ptr<Exiv2ImageSource> imageOf(std::span<const char> bytes, std::vector<char> owned) {
+    // Exiv2 0.27 hands out a std::auto_ptr, later versions a std::unique_ptr. A memory image reads the bytes where
+    // they are until it writes.
+    std::unique_ptr<Exiv2::Image> image(
+        Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.data()), static_cast<long>(bytes.size()))
+            .release());
+    if (!isImageType(image->mimeType()))
+        return nullptr;
+    image->readMetadata();
+    // Some formats (HEIF and its kin) know their exact type only once their metadata has been read.
+    std::string identifier = typeIdentifierFor(image->mimeType());
+    return std::make_unique<Exiv2ImageSource>(std::move(owned), std::move(image), std::move(identifier));
+}
 
 class Exiv2Backend final : public MetadataBackend {
 public:
@@ -326,17 +373,16 @@ public:
             if (size > wholeReadLimit && !isImageType(Exiv2::ImageFactory::open(file.string())->mimeType()))
                 return nullptr;
             std::vector<char> bytes = readWhole(file);
-            // Exiv2 0.27 hands out a std::auto_ptr, later versions a std::unique_ptr.
-            std::unique_ptr<Exiv2::Image> image(
-                Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(bytes.data()),
-                                          static_cast<long>(bytes.size()))
-                    .release());
-            if (!isImageType(image->mimeType()))
-                return nullptr;
-            image->readMetadata();
-            // Some formats (HEIF and its kin) know their exact type only once their metadata has been read.
-            std::string identifier = typeIdentifierFor(image->mimeType());
-            return std::make_unique<Exiv2ImageSource>(std::move(bytes), std::move(image), std::move(identifier));
+            const std::span<const char> view(bytes);
+            return imageOf(view, std::move(bytes));
+        } catch (const std::exception&) {
+            return nullptr;
+        }
+    }
+
+    std::unique_ptr<ImageSource> openImage(std::span<const char> bytes) const override {
+        try {
+            return imageOf(bytes, {});
         } catch (const std::exception&) {
             return nullptr;
         }

@@ -1,6 +1,7 @@
 #include "export/MetadataWriter.h"
 
 #include "base/AtomicFile.h"
+#include "base/FileHash.h"
 #include "base/ReplaceFile.h"
 #include "export/ExifDate.h"
 #include "export/GPS.h"
@@ -68,39 +69,50 @@ MetadataWriter::Built MetadataWriter::buildXMP(const AssetMeta& meta, const Imag
     return built;
 }
 
+std::unique_ptr<MetadataBackend::ImageSource> MetadataWriter::openImage(std::span<const char> bytes) const {
+    return m_backend->openImage(bytes);
+}
+
+MetadataWriter::Embedded MetadataWriter::embed(const AssetMeta& meta, const MetadataBackend::ImageSource* image) const {
+    if (!image)
+        throw MetadataError("cannot open as image");
+    Built built = buildXMP(meta, image->properties());
+    if (!image->canWrite())
+        throw MetadataError("cannot create destination for " + image->typeIdentifier());
+    try {
+        return {std::move(built.fields), image->withMetadata(built.metadata)};
+    } catch (const std::exception& error) {
+        const std::string reason = *error.what() ? error.what() : "unknown";
+        throw MetadataError("lossless copy failed for " + image->typeIdentifier() + ": " + reason);
+    }
+}
+
 std::vector<std::string> MetadataWriter::embed(const AssetMeta& meta, const std::filesystem::path& file) const {
     const std::unique_ptr<MetadataBackend::ImageSource> source = m_backend->openImage(file);
-    if (!source)
-        throw MetadataError("cannot open as image");
-    Built built = buildXMP(meta, source->properties());
+    Embedded embedded = embed(meta, source.get());
 
     std::filesystem::path temporary = file;
     temporary += ".meta";
     std::error_code ignored;
-    std::filesystem::remove(temporary, ignored);
-
-    if (!source->canWrite())
-        throw MetadataError("cannot create destination for " + source->typeIdentifier());
     try {
-        source->copyWithMetadata(temporary, built.metadata);
-    } catch (const std::exception& error) {
-        std::filesystem::remove(temporary, ignored);
-        const std::string reason = *error.what() ? error.what() : "unknown";
-        throw MetadataError("lossless copy failed for " + source->typeIdentifier() + ": " + reason);
-    }
-    try {
+        (void)FileHash::writeHashed(temporary, embedded.bytes);
         replaceFile(temporary, file);
-    } catch (const std::filesystem::filesystem_error&) {
+    } catch (const std::exception&) {
         std::filesystem::remove(temporary, ignored);
         throw;
     }
-    return std::move(built.fields);
+    return std::move(embedded.fields);
 }
 
 std::vector<std::string> MetadataWriter::writeSidecar(const AssetMeta& meta, const std::filesystem::path& file) const {
     ImageProperties existing;
     if (const auto source = m_backend->openImage(file))
         existing = source->properties();
+    return writeSidecar(meta, file, existing);
+}
+
+std::vector<std::string> MetadataWriter::writeSidecar(const AssetMeta& meta, const std::filesystem::path& file,
+                                                      const ImageProperties& existing) const {
     Built built = buildXMP(meta, existing);
     const std::optional<std::string> document = m_backend->serialize(built.metadata);
     if (!document || document->empty())

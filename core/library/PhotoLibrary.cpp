@@ -19,6 +19,10 @@ AssetList AssetList::of(std::vector<Asset> assets) {
     return AssetList(std::make_shared<const VectorSource>(std::move(assets)));
 }
 
+std::optional<std::vector<char>> PhotoLibrary::readResource(const AssetResource&, std::size_t) {
+    return std::nullopt;
+}
+
 RenderError RenderError::exportFailed(const std::string& message) {
     return {Kind::exportFailed, "video render failed: " + message};
 }

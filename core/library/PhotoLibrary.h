@@ -154,6 +154,10 @@ public:
     /// used.
     virtual void writeResource(const AssetResource& resource, const std::filesystem::path& destination,
                                bool networkAllowed) = 0;
+    /// The bytes of a resource on this machine when it holds at most `limit` of them, so that a caller can work
+    /// on them in memory; nothing when it holds more, or when this library only hands resources out as files
+    /// (writeResource does then). Throws LibraryError when the data is not on this machine.
+    virtual std::optional<std::vector<char>> readResource(const AssetResource& resource, std::size_t limit);
     /// Renders the current (edited) version of a photo as image data into a file.
     virtual void renderPhoto(const Asset& asset, const std::filesystem::path& destination) = 0;
     /// Renders the current (edited) version of a video as a QuickTime movie into a file.

@@ -58,8 +58,9 @@ private:
     void finishIndex();
     void updateAlbums();
     bool albumsNeeded() const;
-    /// The links of the album step: for the scope's albums, or all of them.
-    DesiredLinks desiredLinks() const;
+    /// The links of the album step: for the scope's albums, or all of them; left unmade when their fingerprint is
+    /// `known`.
+    DesiredLinks desiredLinks(std::string_view known) const;
     bool changedIndex() const { return m_state.progress.copied > 0 || m_state.progress.removed > 0; }
     void saveIndex(bool albumsOwed);
 
@@ -251,12 +252,12 @@ void Run::saveIndex(bool albumsOwed) {
     m_state.index.save(m_root);
 }
 
-DesiredLinks Run::desiredLinks() const {
+DesiredLinks Run::desiredLinks(std::string_view known) const {
     AlbumFilter filter;
     if (m_scope.albumIDs)
         filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
-    return m_entries ? DesiredLinks::compute(m_library, *m_entries, filter)
-                     : DesiredLinks::compute(m_library, m_state.index, filter);
+    return m_entries ? DesiredLinks::compute(m_library, *m_entries, filter, known)
+                     : DesiredLinks::compute(m_library, m_state.index, filter, known);
 }
 
 bool Run::albumsNeeded() const {
@@ -273,8 +274,17 @@ void Run::updateAlbums() {
     m_state.progress.updatingAlbums = true;
     report();
     try {
-        DesiredLinks desired = desiredLinks();
-        AlbumResult result = AlbumLinker(m_root).link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
+        const AlbumLinker linker(m_root);
+        // A full rescan cannot tell from the library's history whether an album changed: the fingerprint of what
+        // the links are made from tells whether the folders already hold them.
+        DesiredLinks desired = desiredLinks(linker.fingerprint());
+        if (desired.unchanged) {
+            append(m_state.warnings, std::move(desired.warnings));
+            std::error_code ignored;
+            std::filesystem::remove(m_root / BackupRunner::albumsPendingPath, ignored);
+            return;
+        }
+        AlbumResult result = linker.link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
             m_state.progress.albumDone = done;
             m_state.progress.albumTotal = total;
             report();

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <set>
+
 namespace lorekeep {
 namespace {
 
@@ -70,6 +73,43 @@ TEST_F(DesiredLinksTest, mirrorsTheAlbumTreeWithCleanUniqueNames) {
                                     "Album folders: skipped unsafe path \"By Album/loop.xmp\"",
                                 }));
     EXPECT_EQ(DesiredLinks::folderCount(desired.links), 6) << "Trip (3) holds nothing backed up";
+}
+
+TEST_F(DesiredLinksTest, theFingerprintChangesWithWhatTheLinksAreMadeOfAndOnlyThen) {
+    const auto fingerprint = [&](const AlbumFilter& filter = std::nullopt) {
+        return DesiredLinks::compute(library, index, filter).fingerprint;
+    };
+    const std::string first = fingerprint();
+    const DesiredLinks known = DesiredLinks::compute(library, index, std::nullopt, first);
+    EXPECT_TRUE(known.unchanged);
+    EXPECT_TRUE(known.links.empty());
+    EXPECT_EQ(known.warnings.size(), 2u) << "the warnings of a pass that changes nothing are still given";
+    EXPECT_FALSE(DesiredLinks::compute(library, index, std::nullopt, "another").unchanged);
+
+    // Neither an asset in no album nor a smart album changes a link.
+    index.set("p9", {.files = {file("By Date/2024/06/p9.jpg")}});
+    library.setAlbumAssets("smart", {"p1", "p3"});
+    EXPECT_EQ(fingerprint(), first);
+
+    const std::vector<std::pair<const char*, std::function<void()>>> changes{
+        {"a member's file moved", [&] { index.set("p3", {.files = {file("By Date/2023/02/p3.jpg")}}); }},
+        {"a member backed up for the first time",
+         [&] { index.set("p2", {.files = {file("By Date/2024/05/p2.jpg")}}); }},
+        {"an album gained a member",
+         [&] {
+             library.setAlbumAssets("trip", {"p1", "p3"});
+         }},
+        {"two members with one file name swapped",
+         [&] {
+             library.setAlbumAssets("colon", {"p5", "p4"});
+         }},
+    };
+    std::set<std::string> seen{first};
+    for (const auto& [name, change] : changes) {
+        change();
+        EXPECT_TRUE(seen.insert(fingerprint()).second) << name;
+    }
+    EXPECT_TRUE(seen.insert(fingerprint(AlbumFilter{{"trip"}})).second) << "a filter";
 }
 
 TEST_F(DesiredLinksTest, aFilteredOutAlbumStillTakesItsName) {

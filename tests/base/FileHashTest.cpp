@@ -33,6 +33,22 @@ TEST(FileHash, hashesEmptySmallAndChunkBoundaryFiles) {
     }
 }
 
+TEST(FileHash, writesWhatItHashesAcrossItsChunksAndOverAnOldFile) {
+    test::TempDir dir;
+    test::writeFile(dir / "out", std::string(5 << 20, 'x'));
+    for (std::size_t size :
+         {std::size_t{0}, std::size_t{256} << 10, (std::size_t{256} << 10) + 1, std::size_t{3} << 20}) {
+        std::string data(size, '\0');
+        for (std::size_t i = 0; i < size; ++i)
+            data[i] = static_cast<char>((i * 7) ^ (i >> 13));
+        const FileDigest written = FileHash::writeHashed(dir / "out", data);
+        EXPECT_EQ(written, FileHash::sha256(std::span<const char>(data)));
+        EXPECT_EQ(written, FileHash::sha256(dir / "out")) << "an older, longer file is cut to the new bytes";
+        EXPECT_EQ(test::readFile(dir / "out"), data);
+    }
+    EXPECT_THROW((void)FileHash::writeHashed(dir / "missing" / "out", "abc"), std::system_error);
+}
+
 TEST(FileHash, throwsForAMissingFileOrAFolder) {
     test::TempDir dir;
     EXPECT_THROW((void)FileHash::sha256(dir / "missing"), std::system_error);

@@ -26,7 +26,32 @@ std::string sha256(std::string_view bytes) {
     return Sha256::hex(digest.data(), digest.size());
 }
 
-class AssetExporterTest : public ::testing::Test {
+/// The fake library handing its resources out in memory when asked to, as a library package does, through its own
+/// writes: its failures and its record of writes stay what they are.
+class InMemoryLibrary final : public FakePhotoLibrary {
+public:
+    InMemoryLibrary(bool inMemory, fs::path scratch) : m_inMemory(inMemory), m_scratch(std::move(scratch)) {}
+
+    std::optional<std::vector<char>> readResource(const AssetResource& resource, std::size_t limit) override {
+        if (!m_inMemory)
+            return std::nullopt;
+        fs::create_directories(m_scratch);
+        const fs::path file = m_scratch / "resource";
+        fs::remove(file);
+        writeResource(resource, file, false);
+        const std::string bytes = readFile(file);
+        if (bytes.size() > limit)
+            return std::nullopt;
+        return std::vector<char>(bytes.begin(), bytes.end());
+    }
+
+private:
+    bool m_inMemory;
+    fs::path m_scratch;
+};
+
+/// Every case runs with the resources copied as files by the library and with them read into memory.
+class AssetExporterTest : public ::testing::TestWithParam<bool> {
 protected:
     /// Adds an asset and returns the planned file of the role.
     PlannedFile add(const Asset& asset, std::vector<FakePhotoLibrary::Resource> resources, FileRole role) {
@@ -57,11 +82,11 @@ protected:
 
     const test::ScopedTimeZone m_zone{test::berlin};
     const test::TempDir m_dir;
-    FakePhotoLibrary m_library;
+    InMemoryLibrary m_library{GetParam(), m_dir / "scratch"};
     const AssetExporter m_exporter{m_dir / "backup", m_library};
 };
 
-TEST_F(AssetExporterTest, embedsMetadataIntoAPhotoAndNoneIntoItsLiveVideo) {
+TEST_P(AssetExporterTest, embedsMetadataIntoAPhotoAndNoneIntoItsLiveVideo) {
     const AssetMeta expected = test::holidayPhoto();
     Asset asset = FakePhotoLibrary::photo(expected.localIdentifier, expected.creationDate);
     asset.location = Location{*expected.latitude, *expected.longitude, *expected.altitude};
@@ -101,7 +126,7 @@ TEST_F(AssetExporterTest, embedsMetadataIntoAPhotoAndNoneIntoItsLiveVideo) {
         << "no sidecar, nothing partial";
 }
 
-TEST_F(AssetExporterTest, writesSidecarsBesideMoviesAndHeicPhotos) {
+TEST_P(AssetExporterTest, writesSidecarsBesideMoviesAndHeicPhotos) {
     const fs::path realHeic = test::SampleImages::libraryOriginal("heic");
     const std::string heic = realHeic.empty() ? std::string("a stand-in, not an image") : readFile(realHeic);
     const PlannedFile photo =
@@ -129,7 +154,7 @@ TEST_F(AssetExporterTest, writesSidecarsBesideMoviesAndHeicPhotos) {
     EXPECT_EQ(exportFile(movie).metadataNote, std::nullopt);
 }
 
-TEST_F(AssetExporterTest, triesLocalDataThenTheNetworkThenARenderOfAnEdit) {
+TEST_P(AssetExporterTest, triesLocalDataThenTheNetworkThenARenderOfAnEdit) {
     struct Row {
         const char* name;
         ResourceType type;
@@ -178,7 +203,7 @@ TEST_F(AssetExporterTest, triesLocalDataThenTheNetworkThenARenderOfAnEdit) {
     EXPECT_EQ(m_library.renderCount(), 3);
 }
 
-TEST_F(AssetExporterTest, failsWhenTheFolderCannotBeCreated) {
+TEST_P(AssetExporterTest, failsWhenTheFolderCannotBeCreated) {
     writeFile(m_dir / "backup" / "By Date", "a file where the folder should be");
     const PlannedFile file =
         add(FakePhotoLibrary::video("v"),
@@ -192,7 +217,7 @@ TEST_F(AssetExporterTest, failsWhenTheFolderCannotBeCreated) {
     EXPECT_TRUE(m_library.writes().empty());
 }
 
-TEST_F(AssetExporterTest, replacesAnExistingFileAndALeftoverPartialOne) {
+TEST_P(AssetExporterTest, replacesAnExistingFileAndALeftoverPartialOne) {
     const PlannedFile file =
         add(FakePhotoLibrary::video("v"),
             {{.type = ResourceType::video, .originalFilename = "a.mov", .bytes = "new movie"}}, FileRole::original);
@@ -204,7 +229,7 @@ TEST_F(AssetExporterTest, replacesAnExistingFileAndALeftoverPartialOne) {
     EXPECT_EQ(destinationFiles(), (std::set<std::string>{file.relativePath, *result.xmpPath}));
 }
 
-TEST_F(AssetExporterTest, aSidecarThatCannotBeWrittenIsAnErrorAfterTheFileIsInPlace) {
+TEST_P(AssetExporterTest, aSidecarThatCannotBeWrittenIsAnErrorAfterTheFileIsInPlace) {
     const PlannedFile file =
         add(FakePhotoLibrary::video("v"),
             {{.type = ResourceType::video, .originalFilename = "a.mov", .bytes = "movie"}}, FileRole::original);
@@ -216,6 +241,9 @@ TEST_F(AssetExporterTest, aSidecarThatCannotBeWrittenIsAnErrorAfterTheFileIsInPl
     EXPECT_FALSE(result.metadata);
     EXPECT_FALSE(result.xmpPath);
 }
+
+INSTANTIATE_TEST_SUITE_P(, AssetExporterTest, ::testing::Bool(),
+                         [](const auto& info) { return info.param ? "inMemory" : "asFiles"; });
 
 } // namespace
 } // namespace lorekeep

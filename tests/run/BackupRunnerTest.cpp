@@ -382,6 +382,37 @@ TEST_F(BackupRunnerTest, albumFoldersLeftBehindByACancelledRunAreUpdatedByTheNex
     EXPECT_FALSE(run().albums.has_value());
 }
 
+TEST_F(BackupRunnerTest, aFullRescanLeavesTheAlbumFoldersAloneOnlyWhileWhatTheyAreMadeOfIsUnchanged) {
+    addPhoto("P1/L0/001", 0, {photo("IMG_0001.HEIC", "one")});
+    addPhoto("P2/L0/001", 1, {photo("IMG_0002.HEIC", "two")});
+    library.addAlbum({.id = "album", .title = "Trip", .assets = {"P1/L0/001"}});
+    ASSERT_TRUE(run().albums.has_value());
+    // Without a change token the library's history cannot say that no album changed.
+    const auto fullRescan = [&] {
+        BackupIndex stored = index();
+        stored.changeToken.reset();
+        stored.save(dest.path());
+        const BackupSummary summary = run();
+        EXPECT_FALSE(summary.incremental);
+        return summary;
+    };
+    const std::vector<std::string> before = tree();
+    EXPECT_FALSE(fullRescan().albums.has_value());
+    EXPECT_EQ(tree(), before);
+
+    library.setAlbumAssets("album", {"P1/L0/001", "P2/L0/001"});
+    const BackupSummary added = fullRescan();
+    ASSERT_TRUE(added.albums.has_value()) << "a membership changed";
+    EXPECT_EQ(added.albums->links, 4);
+    EXPECT_FALSE(fullRescan().albums.has_value());
+
+    const std::vector<std::string> withBoth = tree();
+    fs::remove_all(dest / "By Album");
+    const BackupSummary rebuilt = fullRescan();
+    ASSERT_TRUE(rebuilt.albums.has_value()) << "the folders are gone";
+    EXPECT_EQ(tree(), withBoth);
+}
+
 TEST_F(BackupRunnerTest, aFailingIndexSaveEndsTheRunAndTheNextRunRecovers) {
     addPhoto("P1/L0/001", 0, {photo("IMG_0001.HEIC", "one")});
     addPhoto("P2/L0/001", 1, {photo("IMG_0002.HEIC", "two")});

@@ -17,7 +17,7 @@ namespace lorekeep::test {
 /// An in-memory photo library. Assets keep the order they were added in (the "library order"); fetches apply every
 /// FetchOptions field and return snapshots. Resources are bytes in memory; writes and renders can be made to fail.
 /// Change history is whatever the test records with recordChange(). All members are safe to call from any thread.
-class FakePhotoLibrary final : public PhotoLibrary {
+class FakePhotoLibrary : public PhotoLibrary {
 public:
     enum class WriteFailure {
         never,

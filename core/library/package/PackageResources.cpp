@@ -8,7 +8,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace lorekeep {
 namespace {
@@ -325,23 +329,59 @@ bool PackageResources::isStored(const AssetResource& resource) const {
     return file && std::filesystem::is_regular_file(*file, error);
 }
 
-void PackageResources::write(const AssetResource& resource, const std::filesystem::path& destination) const {
-    const std::optional<std::filesystem::path> file = fileOf(resource.locator);
+std::filesystem::path PackageResources::sourceOf(const AssetResource& resource) const {
+    std::optional<std::filesystem::path> file = fileOf(resource.locator);
     if (!file)
         throw LibraryError(describe(resource.type) +
                            " has a path that leaves the library package: " + resource.locator);
+    return std::move(*file);
+}
+
+void PackageResources::throwMissing(const AssetResource& resource) {
+    if (resource.locator.starts_with('/'))
+        throw LibraryError(
+            describe(resource.type) +
+            " is a referenced file outside the library package that cannot be reached: " + resource.locator);
+    throw LibraryError(describe(resource.type) +
+                       " is not in the library package (it may be stored in iCloud only): " + resource.locator);
+}
+
+void PackageResources::write(const AssetResource& resource, const std::filesystem::path& destination) const {
+    const std::filesystem::path file = sourceOf(resource);
     std::error_code error;
-    if (!std::filesystem::is_regular_file(*file, error)) {
-        if (resource.locator.starts_with('/'))
-            throw LibraryError(
-                describe(resource.type) +
-                " is a referenced file outside the library package that cannot be reached: " + resource.locator);
-        throw LibraryError(describe(resource.type) +
-                           " is not in the library package (it may be stored in iCloud only): " + resource.locator);
-    }
-    if (!std::filesystem::copy_file(*file, destination, std::filesystem::copy_options::none, error) || error)
+    if (!std::filesystem::is_regular_file(file, error))
+        throwMissing(resource);
+    if (!std::filesystem::copy_file(file, destination, std::filesystem::copy_options::none, error) || error)
         throw LibraryError(describe(resource.type) +
                            " could not be copied from the library package: " + error.message());
+}
+
+std::optional<std::vector<char>> PackageResources::read(const AssetResource& resource, std::size_t limit) const {
+    const std::filesystem::path file = sourceOf(resource);
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        throwMissing(resource);
+    const struct Closer {
+        int fd;
+        ~Closer() { ::close(fd); }
+    } closer{fd};
+    struct stat status {};
+    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode))
+        throwMissing(resource);
+    if (static_cast<std::uintmax_t>(status.st_size) > limit)
+        return std::nullopt;
+    std::vector<char> bytes(static_cast<std::size_t>(status.st_size));
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::read(fd, bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            throw LibraryError(describe(resource.type) + " could not be read from the library package: " +
+                               (count < 0 ? std::generic_category().message(errno) : "the file got shorter"));
+        done += static_cast<std::size_t>(count);
+    }
+    return bytes;
 }
 
 void PackageResources::renderPhoto(const std::string& assetIdentifier, const std::filesystem::path& destination) const {

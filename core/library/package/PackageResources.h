@@ -28,6 +28,8 @@ public:
     /// Copies a resource's file to a new file. Throws LibraryError when the file is not there (an original kept
     /// in iCloud only, an incomplete copy of a library) or cannot be copied.
     void write(const AssetResource& resource, const std::filesystem::path& destination) const;
+    /// A resource's bytes when its file holds at most `limit` of them, else nothing. Throws like write.
+    [[nodiscard]] std::optional<std::vector<char>> read(const AssetResource& resource, std::size_t limit) const;
 
     /// Copies the current version of a photo (the stored render of its edit, else its original). Throws
     /// RenderError when there is none.
@@ -39,6 +41,11 @@ public:
     [[nodiscard]] std::optional<std::filesystem::path> fileOf(const std::string& locator) const;
 
 private:
+    /// The file of a resource that is to be read; throws LibraryError for one that leaves the package.
+    std::filesystem::path sourceOf(const AssetResource& resource) const;
+    /// Throws the LibraryError of a resource whose file is not there.
+    [[noreturn]] static void throwMissing(const AssetResource& resource);
+
     struct Listing {
         bool edited = false;
         std::vector<AssetResource> resources;

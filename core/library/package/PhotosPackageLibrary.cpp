@@ -53,6 +53,10 @@ void PhotosPackageLibrary::writeResource(const AssetResource& resource, const st
     m_resources->write(resource, destination);
 }
 
+std::optional<std::vector<char>> PhotosPackageLibrary::readResource(const AssetResource& resource, std::size_t limit) {
+    return m_resources->read(resource, limit);
+}
+
 void PhotosPackageLibrary::renderPhoto(const Asset& asset, const std::filesystem::path& destination) {
     m_resources->renderPhoto(asset.localIdentifier, destination);
 }

@@ -43,6 +43,7 @@ public:
     std::vector<AssetResource> resources(const Asset& asset) override;
     void writeResource(const AssetResource& resource, const std::filesystem::path& destination,
                        bool networkAllowed) override;
+    std::optional<std::vector<char>> readResource(const AssetResource& resource, std::size_t limit) override;
     void renderPhoto(const Asset& asset, const std::filesystem::path& destination) override;
     void renderVideo(const Asset& asset, const std::filesystem::path& destination) override;
 

@@ -143,11 +143,12 @@ public:
         }
     }
 
-    void copyWithMetadata(const std::filesystem::path& destination, const XmpMetadata& metadata) const override {
+    std::span<const char> withMetadata(const XmpMetadata& metadata) const override {
         @autoreleasepool {
             CGMutableImageMetadataRef built = buildMetadata(metadata);
-            CGImageDestinationRef target = CGImageDestinationCreateWithURL(
-                (__bridge CFURLRef)fileURL(destination), (__bridge CFStringRef)ns(m_typeIdentifier), 1, nullptr);
+            NSMutableData* copy = [NSMutableData data];
+            CGImageDestinationRef target = CGImageDestinationCreateWithData(
+                (__bridge CFMutableDataRef)copy, (__bridge CFStringRef)ns(m_typeIdentifier), 1, nullptr);
             if (!target) {
                 CFRelease(built);
                 throw std::runtime_error("cannot create destination");
@@ -166,6 +167,8 @@ public:
                 NSError* reason = CFBridgingRelease(error);
                 throw std::runtime_error(reason ? text(reason.localizedDescription) : std::string());
             }
+            m_copy = copy;
+            return {static_cast<const char*>(m_copy.bytes), m_copy.length};
         }
     }
 
@@ -173,7 +176,24 @@ private:
     CGImageSourceRef m_source;
     std::string m_typeIdentifier;
     ImageProperties m_properties;
+    // The copy made by withMetadata, kept for as long as the caller may read it.
+    mutable NSData* m_copy = nil;
 };
+
+// The source as an image with its properties, or nullptr when it holds none; takes the source over.
+std::unique_ptr<MetadataBackend::ImageSource> imageFrom(CGImageSourceRef source) {
+    if (!source)
+        return nullptr;
+    CFStringRef type = CGImageSourceGetType(source);
+    if (!type || CGImageSourceGetCount(source) == 0) {
+        CFRelease(source);
+        return nullptr;
+    }
+    NSDictionary* all = CFBridgingRelease(CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr));
+    ImageProperties properties{propertiesIn(all[(__bridge NSString*)kCGImagePropertyExifDictionary]),
+                               propertiesIn(all[(__bridge NSString*)kCGImagePropertyGPSDictionary])};
+    return std::make_unique<ImageIOImageSource>(source, text((__bridge NSString*)type), std::move(properties));
+}
 
 class ImageIOBackend final : public MetadataBackend {
 public:
@@ -187,18 +207,17 @@ public:
 
     std::unique_ptr<ImageSource> openImage(const std::filesystem::path& file) const override {
         @autoreleasepool {
-            CGImageSourceRef source = CGImageSourceCreateWithURL((__bridge CFURLRef)fileURL(file), nullptr);
-            if (!source)
-                return nullptr;
-            CFStringRef type = CGImageSourceGetType(source);
-            if (!type || CGImageSourceGetCount(source) == 0) {
-                CFRelease(source);
-                return nullptr;
-            }
-            NSDictionary* all = CFBridgingRelease(CGImageSourceCopyPropertiesAtIndex(source, 0, nullptr));
-            ImageProperties properties{propertiesIn(all[(__bridge NSString*)kCGImagePropertyExifDictionary]),
-                                       propertiesIn(all[(__bridge NSString*)kCGImagePropertyGPSDictionary])};
-            return std::make_unique<ImageIOImageSource>(source, text((__bridge NSString*)type), std::move(properties));
+            return imageFrom(CGImageSourceCreateWithURL((__bridge CFURLRef)fileURL(file), nullptr));
+        }
+    }
+
+    std::unique_ptr<ImageSource> openImage(std::span<const char> bytes) const override {
+        @autoreleasepool {
+            // Read where they are: the caller keeps the bytes alive for as long as the source.
+            NSData* data = [NSData dataWithBytesNoCopy:const_cast<char*>(bytes.data())
+                                                length:bytes.size()
+                                          freeWhenDone:NO];
+            return imageFrom(CGImageSourceCreateWithData((__bridge CFDataRef)data, nullptr));
         }
     }
 

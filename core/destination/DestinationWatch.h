@@ -13,7 +13,8 @@ class DestinationWatch {
 public:
     enum class Fault { none, full, gone };
 
-    /// Free space below which a failed write counts as a full destination, whatever its error said.
+    /// Free space below which the destination counts as full: a run stops before it writes an asset there, so that
+    /// the index still finds room for what was done.
     static constexpr unsigned long long fullBelow = 1ull << 20;
 
     /// Notes which folder the root is (its device and inode), so that a share unmounted under the same path, or a

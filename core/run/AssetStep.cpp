@@ -72,9 +72,10 @@ AssetStep::Outcome AssetStep::copy(const Asset& asset, RunState& state) const {
     }
     const FilePlan::Plan plan = FilePlan::plan(asset, resources);
     const AssetMeta meta = AssetMeta::make(m_library, asset, resources);
-    // Below a share that was unmounted is the machine's own disk: nothing may be written there.
-    if (m_watch && m_watch->gone()) {
-        state.errors.push_back(asset.localIdentifier + ": the destination is not available");
+    // Below a share that was unmounted is the machine's own disk: nothing may be written there. And the last few
+    // free bytes are kept for the index, so that it can still record what the run did.
+    if (m_watch && m_watch->check({}) != DestinationWatch::Fault::none) {
+        state.errors.push_back(asset.localIdentifier + ": the destination is not available or full");
         return Outcome::failed;
     }
 

@@ -24,7 +24,7 @@ public:
     static constexpr double dateTolerance = 0.001;
 
     /// `now` gives the day that files moved into "_deleted" are filed under. With a watch, an asset fails without
-    /// writing anything once the destination is gone.
+    /// writing anything once the destination is gone or full.
     AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now,
               const DestinationWatch* watch = nullptr);
 

@@ -5,6 +5,7 @@
 #include "run/BackupError.h"
 #include "run/BackupRunner.h"
 #include "run/FailedAssets.h"
+#include "support/BackupAudit.h"
 #include "support/FakePhotoLibrary.h"
 #include "support/SmallVolume.h"
 #include "support/TempDir.h"
@@ -40,33 +41,7 @@ std::string noise(std::size_t bytes, unsigned seed) {
     return text;
 }
 
-/// Problems with a destination's "By Date" folder as its index accounts for it: files the index does not hold,
-/// files it holds that are missing, folders without a file below them.
-std::vector<std::string> unaccounted(const fs::path& root) {
-    std::set<std::string> held;
-    if (fs::exists(BackupIndex::location(root))) {
-        for (const auto& [id, entry] : BackupIndex::load(root).assets) {
-            for (const IndexedFile& file : entry.files) {
-                held.insert(file.relativePath);
-                if (file.xmpPath)
-                    held.insert(*file.xmpPath);
-            }
-        }
-    }
-    std::vector<std::string> problems;
-    const fs::path byDate = root / Layout::byDate;
-    std::error_code error;
-    for (fs::recursive_directory_iterator it(byDate, error), end; !error && it != end; it.increment(error)) {
-        const std::string relative = fs::relative(it->path(), root).generic_string();
-        if (it->is_directory() && fs::is_empty(it->path()))
-            problems.push_back("empty folder " + relative);
-        else if (!it->is_directory() && !held.erase(relative))
-            problems.push_back("not in the index: " + relative);
-    }
-    for (const std::string& path : held)
-        problems.push_back("missing: " + path);
-    return problems;
-}
+using test::BackupAudit::unaccounted;
 
 class BackupFaultTest : public ::testing::Test {
 protected:

@@ -10,6 +10,7 @@
 #include "support/SmallVolume.h"
 #include "support/TempDir.h"
 #include "support/TreeSnapshot.h"
+#include "verify/Verifier.h"
 
 #include <gtest/gtest.h>
 
@@ -230,6 +231,8 @@ TEST_F(BackupVolumeTest, aFullDestinationStopsTheRunWithOneErrorAndTheNextRunWit
     EXPECT_EQ(unaccounted(volume->path()), std::vector<std::string>{});
 
     ASSERT_TRUE(volume->resize(16 << 20));
+    // Every file the index holds is whole: no final name was left with a partial file.
+    EXPECT_EQ(Verifier().verify(volume->path(), 1'000'000, 1.0, {}).problems, std::vector<std::string>{});
     const BackupSummary next = run(volume->path());
     EXPECT_EQ(next.errors, std::vector<std::string>{});
     EXPECT_EQ(next.progress.copied, 16 - static_cast<std::int64_t>(saved.assets.size()));

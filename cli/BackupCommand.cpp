@@ -47,6 +47,8 @@ void printSummary(const BackupSummary& summary, const std::filesystem::path& roo
               << static_cast<long long>(std::trunc(seconds)) << " s. " << p.copied << " copied, " << p.skipped
               << " unchanged, " << p.removed << " moved to _deleted, " << p.excluded << " Shared Library skipped, "
               << p.failed << " failed, " << summary.warnings.size() << " warnings\n";
+    if (summary.retried > 0)
+        std::cout << grouped(summary.retried) << " assets that failed before were tried again\n";
     std::cout << "Backup at " << root.string() << ": " << grouped(p.assetsBackedUp) << " assets, "
               << grouped(p.filesBackedUp) << " files, " << byteText(p.bytesBackedUp) << "\n";
     if (summary.albums) {

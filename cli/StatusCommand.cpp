@@ -7,6 +7,7 @@
 #include "destination/Preflight.h"
 #include "index/BackupIndex.h"
 #include "run/BackupError.h"
+#include "run/FailedAssets.h"
 
 #include <cstdio>
 #include <iostream>
@@ -38,6 +39,9 @@ int runStatus(const DestinationOptions& options) {
         return preconditionFailed;
     }
 
+    // Assets the last runs could not back up; the next run tries them again.
+    const auto failed = static_cast<std::int64_t>(FailedAssets::load(options.destination).identifiers().size());
+
     if (options.json) {
         JsonWriter writer({.pretty = true, .escapeSlashes = false});
         writer.startObject();
@@ -61,6 +65,10 @@ int runStatus(const DestinationOptions& options) {
             writer.key("scopeKey");
             writer.string(*index.scopeKey);
         }
+        if (failed > 0) {
+            writer.key("failedAssets");
+            writer.integer(failed);
+        }
         writer.endObject();
         std::cout << writer.output() << "\n";
         return clean;
@@ -71,6 +79,8 @@ int runStatus(const DestinationOptions& options) {
               << "\n"
               << "  last backup:   " << dateText(index.lastSuccessfulRun) << "\n"
               << "  last verified: " << dateText(index.lastVerified) << "\n";
+    if (failed > 0)
+        std::cout << "  failed:        " << grouped(failed) << " assets, tried again by the next backup\n";
     return clean;
 }
 

@@ -38,6 +38,11 @@ std::optional<std::string> PropertyList::string(const std::string& key) const {
     if (!value || CFGetTypeID(value) != CFStringGetTypeID())
         return std::nullopt;
     const auto text = static_cast<CFStringRef>(value);
+    // No text of ours holds a NUL; a binary property list can store one, and it would cut the copy short.
+    for (CFIndex i = 0, length = CFStringGetLength(text); i < length; ++i) {
+        if (CFStringGetCharacterAtIndex(text, i) == 0)
+            return std::nullopt;
+    }
     const CFIndex capacity = CFStringGetMaximumSizeForEncoding(CFStringGetLength(text), kCFStringEncodingUTF8) + 1;
     std::vector<char> buffer(static_cast<std::size_t>(capacity));
     if (!CFStringGetCString(text, buffer.data(), capacity, kCFStringEncodingUTF8))

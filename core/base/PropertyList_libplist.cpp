@@ -3,7 +3,7 @@
 #include <plist/plist.h>
 
 #include <cstdint>
-#include <cstdlib>
+#include <cstring>
 #include <limits>
 
 namespace lorekeep {
@@ -29,13 +29,14 @@ std::optional<std::string> PropertyList::string(const std::string& key) const {
     plist_t value = plist_dict_get_item(m_impl->root, key.c_str());
     if (!value || plist_get_node_type(value) != PLIST_STRING)
         return std::nullopt;
-    char* text = nullptr;
-    plist_get_string_val(value, &text);
-    if (!text)
+    // A binary property list stores a string with its length, so it can hold NUL characters, and libplist's copying
+    // accessor asserts that it does not: the string is read in place instead. No text of ours holds a NUL, so such
+    // a string is not one this program can use.
+    std::uint64_t length = 0;
+    const char* text = plist_get_string_ptr(value, &length);
+    if (!text || std::strlen(text) != length)
         return std::nullopt;
-    std::string result(text);
-    std::free(text);
-    return result;
+    return std::string(text, static_cast<std::size_t>(length));
 }
 
 } // namespace lorekeep

@@ -28,8 +28,17 @@ void migratePath(std::string& relative, const std::filesystem::path& root, std::
         std::filesystem::create_directories(target->parent_path(), error);
         // rename() replaces what is at the target; a file already there is kept instead, like any other file the
         // engine did not make.
-        if (!std::filesystem::exists(std::filesystem::symlink_status(*target, error)))
+        if (!std::filesystem::exists(std::filesystem::symlink_status(*target, error))) {
             std::filesystem::rename(*source, *target, error);
+            // The older layout's month and year folders go once the last file has left them; a folder that still
+            // holds anything stays.
+            for (auto folder = std::filesystem::path(relative).parent_path(); !error && !folder.empty();
+                 folder = folder.parent_path()) {
+                if (!std::filesystem::is_directory(std::filesystem::symlink_status(root / folder, error)) ||
+                    !std::filesystem::remove(root / folder, error))
+                    break;
+            }
+        }
     }
     relative = moved;
 }

@@ -4,6 +4,7 @@
 #include "run/BackupError.h"
 
 #include <fstream>
+#include <sys/statvfs.h>
 #include <system_error>
 
 namespace lorekeep {
@@ -14,6 +15,9 @@ void check(const std::filesystem::path& root) {
     std::error_code error;
     if (!std::filesystem::is_directory(root, error))
         throw BackupError::destinationMissing(root.string());
+    struct statvfs volume {};
+    if (::statvfs(root.c_str(), &volume) == 0 && (volume.f_flag & ST_RDONLY) != 0)
+        throw BackupError::destinationReadOnly(root.string());
 
     const std::filesystem::path probe = root / Layout::writeTest;
     bool written = false;

@@ -1,9 +1,11 @@
 #include "run/AssetStep.h"
 
 #include "base/SafeFolders.h"
+#include "destination/DestinationWatch.h"
 #include "destination/Trash.h"
 #include "export/AssetMeta.h"
 #include "library/FilePlan.h"
+#include "run/AssetAttempt.h"
 
 #include <cmath>
 
@@ -20,8 +22,9 @@ void append(std::vector<std::string>& lines, std::vector<std::string> more) {
 
 } // namespace
 
-AssetStep::AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now)
-    : m_library(library), m_root(std::move(root)), m_exporter(m_root, library), m_now(std::move(now)),
+AssetStep::AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now,
+                     const DestinationWatch* watch)
+    : m_library(library), m_root(std::move(root)), m_exporter(m_root, library), m_now(std::move(now)), m_watch(watch),
       m_folders(m_root) {}
 
 bool AssetStep::isUnchanged(const IndexedAsset& entry, const Asset& asset) {
@@ -69,7 +72,14 @@ AssetStep::Outcome AssetStep::copy(const Asset& asset, RunState& state) const {
     }
     const FilePlan::Plan plan = FilePlan::plan(asset, resources);
     const AssetMeta meta = AssetMeta::make(m_library, asset, resources);
+    // Below a share that was unmounted is the machine's own disk: nothing may be written there. And the last few
+    // free bytes are kept for the index, so that it can still record what the run did.
+    if (m_watch && m_watch->check({}) != DestinationWatch::Fault::none) {
+        state.errors.push_back(asset.localIdentifier + ": the destination is not available or full");
+        return Outcome::failed;
+    }
 
+    const AssetAttempt attempt(m_root, plan.files);
     IndexedAsset next{.modificationDate = asset.modificationDate};
     for (const PlannedFile& file : plan.files) {
         const ExportResult result = m_exporter.exportFile(file, meta);
@@ -84,8 +94,10 @@ AssetStep::Outcome AssetStep::copy(const Asset& asset, RunState& state) const {
             state.warnings.push_back(file.relativePath + ": edit not exported, original kept. " +
                                      result.error.value_or(""));
         } else {
-            // The old entry stays as it is, so the next run tries the asset again.
+            // The old entry stays as it is, and the files this attempt added go again: the index accounts for
+            // everything under "By Date", and the next run tries the asset again.
             state.errors.push_back(file.relativePath + ": " + result.error.value_or("unknown error"));
+            attempt.undo(state.index.find(asset.localIdentifier));
             return Outcome::failed;
         }
     }

@@ -14,6 +14,8 @@ namespace lorekeep {
 
 /// Backs up one asset of a run's work list into the destination: the skip test against the index, the file plan,
 /// the export of each file, the new index entry and the move of files the asset no longer has into "_deleted".
+class DestinationWatch;
+
 class AssetStep {
 public:
     enum class Outcome { skipped, copied, failed };
@@ -21,8 +23,10 @@ public:
     /// Modification dates closer than this count as the same.
     static constexpr double dateTolerance = 0.001;
 
-    /// `now` gives the day that files moved into "_deleted" are filed under.
-    AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now);
+    /// `now` gives the day that files moved into "_deleted" are filed under. With a watch, an asset fails without
+    /// writing anything once the destination is gone or full.
+    AssetStep(PhotoLibrary& library, std::filesystem::path root, std::function<Date()> now,
+              const DestinationWatch* watch = nullptr);
 
     /// Handles the asset and counts it in the state's skipped, copied or failed total. On a full rescan an asset
     /// counts as unchanged only when all of its indexed files are still on the destination; an incremental run
@@ -43,6 +47,7 @@ private:
     std::filesystem::path m_root;
     AssetExporter m_exporter;
     std::function<Date()> m_now;
+    const DestinationWatch* m_watch;
     /// The presence test of a rescan only reads: each folder is resolved once per run.
     mutable SafeFolders m_folders;
 };

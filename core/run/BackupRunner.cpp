@@ -1,13 +1,17 @@
 #include "run/BackupRunner.h"
 
 #include "albums/AlbumLinker.h"
+#include "destination/DestinationWatch.h"
 #include "destination/Layout.h"
+#include "destination/Leftovers.h"
 #include "destination/Preflight.h"
 #include "destination/Trash.h"
 #include "index/IndexLookup.h"
 #include "library/ScopeQuery.h"
 #include "run/AssetStep.h"
+#include "run/BackupError.h"
 #include "run/ChangeTracker.h"
+#include "run/FailedAssets.h"
 #include "run/RunState.h"
 
 #include <fstream>
@@ -45,12 +49,22 @@ public:
     Run(PhotoLibrary& library, const BackupRunner::Clock& clock, const BackupScope& scope,
         const std::filesystem::path& root, const BackupRunner::ProgressCallback& progress, StopToken stop)
         : m_library(library), m_clock(clock), m_scope(scope), m_root(root), m_progress(progress),
-          m_stop(std::move(stop)), m_state(loadOrEmpty(root), clock()),
-          m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)) {}
+          m_stop(std::move(stop)), m_watch(root), m_state(loadOrEmpty(root), clock()),
+          m_failedBefore(FailedAssets::load(root)), m_failed(m_failedBefore),
+          m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)),
+          m_killedBefore(isThere(root / BackupRunner::runActivePath)) {}
 
     BackupSummary perform(const BackupRunner::SharedFilterSource& sharedFilter);
 
 private:
+    void clearLeftovers();
+    void handle(const AssetStep& step, const Asset& asset);
+    /// After an asset failed: stops the run when the destination as a whole is full or gone.
+    void lookForFault();
+    /// Ends a run that hit a destination fault: saves what can be saved, then throws the fault's error.
+    [[noreturn]] void endWithFault();
+    /// Inside a handler of a failed write: throws the destination's fault when there is one, else rethrows.
+    [[noreturn]] void throwFault(const std::exception& error) const;
     void decideFilter(const BackupRunner::SharedFilterSource& source);
     void chooseMode();
     void walk();
@@ -67,7 +81,7 @@ private:
     bool stopRequested() {
         if (m_stop.stopRequested())
             m_cancelled = true;
-        return m_cancelled;
+        return m_cancelled || m_fault != DestinationWatch::Fault::none;
     }
     void report() const {
         if (m_progress)
@@ -80,6 +94,7 @@ private:
     const std::filesystem::path& m_root;
     const BackupRunner::ProgressCallback& m_progress;
     StopToken m_stop;
+    DestinationWatch m_watch;
 
     RunState m_state;
     std::optional<ChangeToken> m_token;
@@ -95,8 +110,17 @@ private:
     /// Identifiers met in an incremental walk, excluded ones left out.
     IdentifierSet m_seen;
     bool m_cancelled = false;
+    DestinationWatch::Fault m_fault = DestinationWatch::Fault::none;
+    /// Assets that earlier runs failed, as recorded at the start, and as this run leaves them.
+    FailedAssets m_failedBefore;
+    FailedAssets m_failed;
+    /// Assets this run failed.
+    FailedAssets m_failedNow;
+    std::int64_t m_retried = 0;
     /// An earlier run changed the index but did not get through its album step.
     bool m_albumsOwed = false;
+    /// An earlier run was killed: its temporary files may be anywhere in "By Date".
+    bool m_killedBefore = false;
     std::optional<AlbumResult> m_albums;
 };
 
@@ -112,7 +136,10 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
 
     decideFilter(sharedFilter);
     chooseMode();
+    clearLeftovers();
     walk();
+    if (m_fault != DestinationWatch::Fault::none)
+        endWithFault();
     if (!stopRequested())
         removeLeavers();
     // The album step of a large library needs the memory the walk's lists held.
@@ -121,11 +148,14 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
     finishIndex();
     if (!stopRequested())
         updateAlbums();
+    std::error_code ignored;
+    std::filesystem::remove(m_root / BackupRunner::runActivePath, ignored);
 
     return BackupSummary{
         .progress = m_state.progress,
         .cancelled = m_cancelled,
         .incremental = m_changes.has_value(),
+        .retried = m_retried,
         .lastSuccessfulRun = m_state.index.lastSuccessfulRun,
         .albums = std::move(m_albums),
         .sharedFilter = m_filterState,
@@ -162,13 +192,72 @@ void Run::chooseMode() {
         }
     }
     const ScopeQuery query{m_scope};
-    m_work = m_changes ? query.assets(m_library, {m_changes->changed.begin(), m_changes->changed.end()})
-                       : query.assets(m_library);
+    if (m_changes) {
+        // Assets that failed before are tried again whether or not the library changed them since; if they do not
+        // come back from the scope's fetch, they left it, just as changed ones do.
+        m_changes->changed.insert(m_failedBefore.identifiers().begin(), m_failedBefore.identifiers().end());
+        m_work = query.assets(m_library, {m_changes->changed.begin(), m_changes->changed.end()});
+    } else {
+        m_work = query.assets(m_library);
+    }
     m_state.progress.total = static_cast<std::int64_t>(m_work.count());
 }
 
+void Run::clearLeftovers() {
+    // Temporary files in "By Date" come only from runs that were killed; a full rescan sweeps anyway, which also
+    // clears those of versions that did not leave the marker.
+    Leftovers::clear(m_root, m_killedBefore || !m_changes);
+    std::error_code ignored;
+    std::filesystem::create_directories(m_root / Layout::engineFolder, ignored);
+    std::ofstream(m_root / BackupRunner::runActivePath).close();
+}
+
+void Run::handle(const AssetStep& step, const Asset& asset) {
+    const std::string& id = asset.localIdentifier;
+    const bool retry = m_failedBefore.contains(id);
+    if (retry)
+        m_retried += 1;
+    // An asset that failed before is looked at as a rescan would: its entry may be older than its files.
+    const bool fullRescan = !m_changes || retry;
+    AssetStep::Outcome outcome;
+    if (m_entries) {
+        outcome = step.handle(asset, m_state, fullRescan, m_entries->meet(id));
+    } else {
+        m_seen.insert(id);
+        outcome = step.handle(asset, m_state, fullRescan);
+    }
+    if (outcome == AssetStep::Outcome::failed) {
+        m_failed.add(id);
+        m_failedNow.add(id);
+        lookForFault();
+    } else {
+        m_failed.remove(id);
+    }
+}
+
+void Run::lookForFault() {
+    const std::string lastError = m_state.errors.empty() ? std::string() : m_state.errors.back();
+    m_fault = m_watch.check(lastError);
+    // The run's one error says it for this asset and every one after it.
+    if (m_fault != DestinationWatch::Fault::none && !m_state.errors.empty())
+        m_state.errors.pop_back();
+}
+
+void Run::endWithFault() {
+    if (m_fault == DestinationWatch::Fault::gone)
+        throw BackupError::destinationLost(m_root.string());
+    // The index keeps its old token, as after a stop, so the next run sees the same changes again; what this one
+    // copied is held, so it is not copied twice. Saving may fail for want of room: the last save stays.
+    try {
+        m_failed.save(m_root);
+        saveIndex(changedIndex());
+    } catch (const std::exception&) {
+    }
+    throw BackupError::destinationFull(m_root.string());
+}
+
 void Run::walk() {
-    const AssetStep step(m_library, m_root, m_clock);
+    const AssetStep step(m_library, m_root, m_clock, &m_watch);
     const bool fullRescan = !m_changes;
     const std::size_t count = m_work.count();
     // A full rescan looks up every entry of the index, and learns from the lookup which ones it did not meet; an
@@ -183,14 +272,12 @@ void Run::walk() {
         const Asset asset = m_work.at(position);
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
             m_state.progress.excluded += 1;
+            m_failed.remove(asset.localIdentifier);
         } else {
-            if (m_entries) {
-                step.handle(asset, m_state, fullRescan, m_entries->meet(asset.localIdentifier));
-            } else {
-                m_seen.insert(asset.localIdentifier);
-                step.handle(asset, m_state, fullRescan);
-            }
+            handle(step, asset);
         }
+        if (m_fault != DestinationWatch::Fault::none)
+            return;
         m_state.progress.done = static_cast<std::int64_t>(position) + 1;
         report();
         const Date now = m_clock();
@@ -215,13 +302,17 @@ void Run::removeLeavers() {
         leavers = m_entries->unmet();
     }
     for (const std::string& id : leavers) {
+        m_failed.remove(id);
         if (m_entries)
             m_entries->forget(id);
         const std::optional<IndexedAsset> entry = m_state.drop(id);
         if (!entry)
             continue;
-        append(m_state.warnings, Trash::move(entry->files, {}, m_root, m_clock()));
-        m_state.progress.removed += 1;
+        std::vector<std::string> refused = Trash::move(entry->files, {}, m_root, m_clock());
+        // An entry whose paths were refused as unsafe was not moved anywhere: it is a warning, not a removal.
+        if (refused.empty())
+            m_state.progress.removed += 1;
+        append(m_state.warnings, std::move(refused));
     }
 }
 
@@ -234,12 +325,24 @@ void Run::finishIndex() {
         index.scopeKey = m_scopeKey;
         index.lastSuccessfulRun = m_clock();
     }
+    // A full rescan that went through met every asset of the scope: what it did not fail is not failed any more.
+    if (!m_changes && !m_cancelled)
+        m_failed = m_failedNow;
+    // Written before the index that takes the new token: a run killed in between tries a few assets once more.
+    try {
+        m_failed.save(m_root);
+    } catch (const std::exception& error) {
+        throwFault(error);
+    }
     // After a cancelled run the old token shows album changes again, but not the assets this one copied.
     saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
     m_state.lastSave = m_clock();
 }
 
 void Run::saveIndex(bool albumsOwed) {
+    // Below an unmounted share is the machine's own disk.
+    if (m_watch.gone())
+        throw BackupError::destinationLost(m_root.string());
     // The marker goes down before the index that needs new album folders, and stays until an album step has been
     // through: a run that is killed or cancelled after this point leaves a next run that may find nothing to copy,
     // but must still bring the album folders up to date.
@@ -249,7 +352,23 @@ void Run::saveIndex(bool albumsOwed) {
         std::ofstream(m_root / BackupRunner::albumsPendingPath).close();
         m_albumsOwed = true;
     }
-    m_state.index.save(m_root);
+    try {
+        m_state.index.save(m_root);
+    } catch (const std::exception& error) {
+        throwFault(error);
+    }
+}
+
+void Run::throwFault(const std::exception& error) const {
+    switch (m_watch.check(error.what())) {
+    case DestinationWatch::Fault::gone:
+        throw BackupError::destinationLost(m_root.string());
+    case DestinationWatch::Fault::full:
+        throw BackupError::destinationFull(m_root.string());
+    case DestinationWatch::Fault::none:
+        break;
+    }
+    throw;
 }
 
 DesiredLinks Run::desiredLinks(std::string_view known) const {
@@ -294,6 +413,8 @@ void Run::updateAlbums() {
         std::error_code ignored;
         std::filesystem::remove(m_root / BackupRunner::albumsPendingPath, ignored);
     } catch (const std::exception& error) {
+        if (m_watch.gone())
+            throw BackupError::destinationLost(m_root.string());
         m_state.warnings.push_back(std::string("Album folders: ") + error.what());
     }
 }

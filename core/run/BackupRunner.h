@@ -30,6 +30,9 @@ public:
     /// changed the index was cancelled or died before its album step. The next run then updates them even when it
     /// finds nothing to copy.
     static constexpr std::string_view albumsPendingPath = ".lorekeep/albums-pending";
+    /// Below the destination root: present while a run is under way, and after one that was killed, so that the
+    /// next run knows to look for temporary files all over "By Date".
+    static constexpr std::string_view runActivePath = ".lorekeep/run-active";
 
     /// The filter is read from the user's own Photos library by default; a runner over another library passes
     /// that library's filter.
@@ -41,9 +44,14 @@ public:
     /// the removals and the album step; the index is then saved with what was done, but keeps its old change
     /// token and scope key, so that the next run sees the same changes again.
     ///
-    /// Throws BackupError when the destination fails its preflight (before anything is done), the error of an
-    /// index save (the index on the destination then holds the last save), and LibraryError when the library
-    /// cannot list the scope's assets. Everything else ends up in the summary's errors and warnings.
+    /// Assets that fail are recorded beside the index (FailedAssets) and tried again by the next run, incremental
+    /// or not; the files a failed attempt added are removed again. Temporary files of killed runs are cleared first.
+    ///
+    /// Throws BackupError when the destination fails its preflight (before anything is done), when it fills up
+    /// (after saving the index with what was done, keeping the old token as a stop does) and when it goes away
+    /// (writing nothing more); the error of an index save (the index on the destination then holds the last save),
+    /// and LibraryError when the library cannot list the scope's assets. Everything else ends up in the summary's
+    /// errors and warnings.
     [[nodiscard]] BackupSummary run(const BackupScope& scope, const std::filesystem::path& root,
                                     const ProgressCallback& progress, StopToken stop = {});
 

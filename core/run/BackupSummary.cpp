@@ -65,6 +65,8 @@ void BackupSummary::encode(JsonWriter& writer) const {
     writer.boolean(cancelled);
     writer.key("incremental");
     writer.boolean(incremental);
+    writer.key("retried");
+    writer.integer(retried);
     if (lastSuccessfulRun) {
         writer.key("lastSuccessfulRun");
         writer.number(lastSuccessfulRun->referenceSeconds());

@@ -20,6 +20,8 @@ struct BackupSummary {
     bool cancelled = false;
     /// Only the assets the change history reported were looked at (no full rescan).
     bool incremental = false;
+    /// Assets that earlier runs could not back up, tried again in this one.
+    std::int64_t retried = 0;
     /// The index's time of the last run that was not cancelled, after this run.
     std::optional<Date> lastSuccessfulRun;
     /// The album step's outcome; absent when the step did not run or failed.

@@ -100,5 +100,33 @@ TEST(CommandLine, backsUpVerifiesAndReportsALibrary) {
     EXPECT_EQ(lorekeep("verify --to " + quoted(destination)).exitCode, 0);
 }
 
+TEST(CommandLine, anAssetWhoseOriginalIsMissingIsTriedAgainByEveryBackupUntilItArrives) {
+    test::TempDir dir;
+    const auto library = dir / "Library.photoslibrary";
+    std::filesystem::copy(test::realLibrary("Test-Shared-10.15.1.photoslibrary"), library,
+                          std::filesystem::copy_options::recursive);
+    const auto original = library / "originals/3/37210110-E940-4227-92D3-45C40F68EB0A.jpeg";
+    const auto aside = dir / "original.jpeg";
+    std::filesystem::rename(original, aside);
+    const auto destination = dir / "Backup";
+    std::filesystem::create_directory(destination);
+    const std::string backup = "backup --library " + quoted(library) + " --to " + quoted(destination);
+
+    EXPECT_EQ(lorekeep(backup).exitCode, 1);
+    const Outcome status = lorekeep("status --to " + quoted(destination));
+    EXPECT_NE(status.out.find("failed:        1 assets, tried again by the next backup"), std::string::npos)
+        << status.out;
+    const Outcome again = lorekeep(backup);
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_NE(again.out.find("(changes only)"), std::string::npos) << again.out;
+    EXPECT_NE(again.out.find("1 assets that failed before were tried again"), std::string::npos) << again.out;
+
+    std::filesystem::rename(aside, original);
+    const Outcome arrived = lorekeep(backup);
+    EXPECT_EQ(arrived.exitCode, 0) << arrived.out;
+    EXPECT_NE(arrived.out.find("1 copied"), std::string::npos) << arrived.out;
+    EXPECT_EQ(lorekeep("status --to " + quoted(destination)).out.find("failed:"), std::string::npos);
+}
+
 } // namespace
 } // namespace lorekeep

@@ -77,7 +77,6 @@ By Album/Pumpkin Farm (2)/20180928_160707_c20d8fc3.jpg -> By Date/2018/09/201809
 By Album/Pumpkin Farm (2)/20180928_160933_9bcf87cd.jpg -> By Date/2018/09/20180928_160933_9bcf87cd.jpg
 By Album/Test Album (2)/20180928_160707_c20d8fc3.jpg -> By Date/2018/09/20180928_160707_c20d8fc3.jpg
 By Album/Test Album/20180928_153549_ee62acd5.jpg -> By Date/2018/09/20180928_153549_ee62acd5.jpg
-By Date/1969/12/
 By Date/2017/06/20170620_034856_355d4f43.jpg
 By Date/2018/09/20180928_153549_ee62acd5.jpg
 By Date/2018/09/20180928_160707_c20d8fc3.jpg
@@ -88,8 +87,6 @@ By Date/2019/04/20190415_144024_f0a31c0f.jpg
 By Date/2019/04/20190415_144024_f0a31c0f_edit.jpeg
 By Date/2019/07/20190704_162401_6f0e39ff.jpg
 By Date/2019/07/20190704_162401_6f0e39ff_edit.jpeg
-By Date/2020/04/20200415_132551_45027cab.jpg
-By Date/2020/04/20200416_134258_6ef973f1.jpg
 By Date/2020/09/20200919_173626_de0ab012.heic
 By Date/2020/09/20200919_173626_de0ab012.xmp
 By Date/2020/09/20200919_173626_de0ab012_edit.heic
@@ -149,18 +146,11 @@ By Date/2016/01/20160118_172040_6c6c7df0.mov
 By Date/2016/01/20160118_172040_6c6c7df0.xmp
 By Date/2016/10/20161009_154417_20197ef1.jpg
 By Date/2016/10/20161009_154418_ed875d51.jpg
-By Date/2020/01/
-By Date/2020/04/20200415_112551_e1c9f586.jpg
-By Date/2021/04/
 By Date/2021/08/20210806_143222_29dab845.heic
 By Date/2021/08/20210806_143222_29dab845.xmp
-By Date/2024/05/
-By Date/2025/03/
 By Date/2025/05/20250526_102706_24a1f5ac.heic
 By Date/2025/05/20250526_102706_24a1f5ac.mov
 By Date/2025/05/20250526_102706_24a1f5ac.xmp
-By Date/2025/07/20250711_205858_35df1c1c.heic
-By Date/2025/07/20250711_205858_35df1c1c.xmp
 By Date/2025/08/20250806_181422_5980826d.heic
 By Date/2025/08/20250806_181422_5980826d.mov
 By Date/2025/08/20250806_181422_5980826d.xmp
@@ -249,14 +239,16 @@ TEST_P(RealLibraryBackup, backsUpWhatTheUserSeesAndThenCopiesNothingUntilTheLibr
     EXPECT_EQ(verified.checked, first.progress.filesBackedUp);
     EXPECT_EQ(verified.problems, std::vector<std::string>{});
 
-    // Nothing changed in the library: the next run looks at its history only, and writes nothing.
+    // Nothing changed in the library: the next run looks at its history and the assets that failed only, and
+    // writes nothing.
     const std::string tree = test::TreeSnapshot::text(backup.destination());
     const auto stamps = backup.stamps();
     const BackupSummary second = backup.run();
     EXPECT_TRUE(second.incremental);
-    EXPECT_EQ(second.progress.total, 0);
+    EXPECT_EQ(second.progress.total, first.progress.failed);
+    EXPECT_EQ(second.retried, first.progress.failed);
     EXPECT_EQ(second.progress.copied, 0);
-    EXPECT_EQ(second.errors, std::vector<std::string>{});
+    EXPECT_EQ(sorted(second.errors), sorted(expected.errors));
     EXPECT_FALSE(second.albums) << "the album folders are left alone";
     EXPECT_EQ(second.progress.assetsBackedUp, first.progress.assetsBackedUp);
     EXPECT_EQ(test::TreeSnapshot::text(backup.destination()), tree);

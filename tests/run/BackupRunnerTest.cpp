@@ -520,6 +520,7 @@ TEST(BackupSummary, writesItsFieldsUnderTheirNames) {
   },
   "cancelled" : false,
   "incremental" : true,
+  "retried" : 0,
   "lastSuccessfulRun" : 750000000.5,
   "albums" : {
     "mode" : "symlink",

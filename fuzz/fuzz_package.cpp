@@ -67,8 +67,8 @@ Base load(const fs::path& package, const fs::path& folder) {
         base.tables.push_back({reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)), {}});
     sqlite3_finalize(statement);
     for (Table& table : base.tables) {
-        sqlite3_prepare_v2(db, ("SELECT name FROM pragma_table_info('" + table.name + "')").c_str(), -1,
-                           &statement, nullptr);
+        sqlite3_prepare_v2(db, ("SELECT name FROM pragma_table_info('" + table.name + "')").c_str(), -1, &statement,
+                           nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW)
             table.columns.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
         sqlite3_finalize(statement);

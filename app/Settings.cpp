@@ -23,8 +23,9 @@ constexpr const char* olderBookmarkKey = "destinationBookmark";
 
 std::unique_ptr<QSettings> userSettings() {
 #ifdef __APPLE__
-    // The organisation reads as a domain, so the store is the application's defaults domain.
-    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, "lorekeep.org", "Lorekeep");
+    // The organisation reads as a reversed domain: the store is the defaults domain of the bundle identifier,
+    // app.lorekeep.Lorekeep.
+    return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, "lorekeep.app", "Lorekeep");
 #else
     return std::make_unique<QSettings>(QSettings::NativeFormat, QSettings::UserScope, "lorekeep", "lorekeep");
 #endif

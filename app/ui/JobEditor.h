@@ -1,8 +1,9 @@
 #pragma once
 
-#include "BackupJob.h"
-
+// Qt's headers come first: moc cannot parse <concepts> when the job's headers reach it before Qt's.
 #include <QDialog>
+
+#include "BackupJob.h"
 
 #include <functional>
 #include <optional>

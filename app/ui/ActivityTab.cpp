@@ -117,7 +117,12 @@ ActivityTab::ActivityTab(app::AppState& state, QWidget* parent) : QWidget(parent
 void ActivityTab::refresh() {
     auto* page = m_lists->parentWidget();
     while (auto* item = m_lists->takeAt(0)) {
-        delete item->widget();
+        // Later: the widget may be the one whose signal brought us here.
+        if (auto* widget = item->widget()) {
+            widget->hide();
+            widget->setParent(nullptr);
+            widget->deleteLater();
+        }
         delete item;
     }
     m_verifyAll->setEnabled(!m_state.jobs().empty() && !m_state.isRunning());

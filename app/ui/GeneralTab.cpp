@@ -181,7 +181,12 @@ GeneralTab::GeneralTab(app::AppState& state, Updater& updater, QWidget* parent)
 
 void GeneralTab::rebuildJobs() {
     while (auto* item = m_jobs->takeAt(0)) {
-        delete item->widget();
+        // Later: the widget may be the one whose signal brought us here.
+        if (auto* widget = item->widget()) {
+            widget->hide();
+            widget->setParent(nullptr);
+            widget->deleteLater();
+        }
         delete item;
     }
     m_cards.clear();

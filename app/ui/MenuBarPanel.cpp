@@ -135,7 +135,12 @@ void MenuBarPanel::setContent(const PanelContent& content) {
     m_content = content;
 
     while (auto* item = m_bodyLayout->takeAt(0)) {
-        delete item->widget();
+        // Later: the widget may be the one whose signal brought us here.
+        if (auto* widget = item->widget()) {
+            widget->hide();
+            widget->setParent(nullptr);
+            widget->deleteLater();
+        }
         delete item;
     }
     if (content.rows.empty()) {

@@ -21,7 +21,9 @@ QImage systemSymbol(const QString& name, int pixels, qreal rotation) {
 
 } // namespace
 
-bool hasSymbol(const QString& name) { return !systemSymbol(name, 8, 0).isNull(); }
+bool hasSymbol(const QString& name) {
+    return !systemSymbol(name, 8, 0).isNull();
+}
 
 QPixmap symbolPixmap(const QString& name, const QColor& color, int size, qreal devicePixelRatio, qreal rotation) {
     const int pixels = qRound(size * devicePixelRatio);

@@ -7,15 +7,25 @@
 
 namespace lorekeep::ui {
 
-QString fileManagerName() { return QStringLiteral("Finder"); }
+QString fileManagerName() {
+    return QStringLiteral("Finder");
+}
 
-void revealInFileManager(const QString& path) { mac::revealInFinder(path.toStdString()); }
+void revealInFileManager(const QString& path) {
+    mac::revealInFinder(path.toStdString());
+}
 
-bool hasSystemSettings() { return true; }
+bool hasSystemSettings() {
+    return true;
+}
 
-bool openSystemSettings(const QString& address) { return mac::openAddress(address.toStdString()); }
+bool openSystemSettings(const QString& address) {
+    return mac::openAddress(address.toStdString());
+}
 
-void openWebPage(const QUrl& address) { QDesktopServices::openUrl(address); }
+void openWebPage(const QUrl& address) {
+    QDesktopServices::openUrl(address);
+}
 
 std::unique_ptr<Updater> makeUpdater() {
     // This build has no updater of its own yet.

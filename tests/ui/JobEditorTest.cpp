@@ -140,14 +140,14 @@ const char* synced(const char* provider) {
 const char* desktopSync = "Desktop and Documents sync to iCloud on this Mac, and macOS may remove local copies. Use a "
                           "folder outside them.";
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, DestinationWarnings,
-    testing::Values(WarningCase{"/Library/CloudStorage/OneDrive-Personal/Backups", false, synced("a cloud storage app")},
-                    WarningCase{"/OneDrive/Backups", false, synced("OneDrive")},
-                    WarningCase{"/Dropbox Archive", false, synced("Dropbox")},
-                    WarningCase{"/Documents/Backups", false, ""},
-                    WarningCase{"/Documents/Backups", true, desktopSync},
-                    WarningCase{"/Backups", true, ""}));
+INSTANTIATE_TEST_SUITE_P(Cases, DestinationWarnings,
+                         testing::Values(WarningCase{"/Library/CloudStorage/OneDrive-Personal/Backups", false,
+                                                     synced("a cloud storage app")},
+                                         WarningCase{"/OneDrive/Backups", false, synced("OneDrive")},
+                                         WarningCase{"/Dropbox Archive", false, synced("Dropbox")},
+                                         WarningCase{"/Documents/Backups", false, ""},
+                                         WarningCase{"/Documents/Backups", true, desktopSync},
+                                         WarningCase{"/Backups", true, ""}));
 
 TEST_F(Editor, listsAlbumsToTickAndFiltersThemWithoutLosingTicks) {
     auto& state = makeState();

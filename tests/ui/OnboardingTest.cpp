@@ -1,5 +1,5 @@
-#include "ui/Controls.h"
 #include "ui/Onboarding.h"
+#include "ui/Controls.h"
 #include "ui/Screenshot.h"
 #include "ui/UiFixture.h"
 

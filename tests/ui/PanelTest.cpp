@@ -67,7 +67,8 @@ TEST_F(Panel, whileRunningShowsProgressOfTheRunningJobAndAStopButton) {
         panel.setContent(panelContent({running, waiting, noDestination}, zeus.id, true, QLocale(QLocale::English)));
         panel.show();
         EXPECT_EQ(texts(panel, "statusText"), (QStringList{"Backing up 1,500 of 4,000", "Up to date", "Ready"}));
-        EXPECT_EQ(texts(panel, "progressLine"), (QStringList{"1,234 copied", "266 already backed up", "8,812 files", "0 files"}));
+        EXPECT_EQ(texts(panel, "progressLine"),
+                  (QStringList{"1,234 copied", "266 already backed up", "8,812 files", "0 files"}));
         EXPECT_TRUE(texts(panel, "destination").contains("Not set"));
         EXPECT_TRUE(button(panel, "Stop")->isVisibleTo(&panel));
         EXPECT_FALSE(button(panel, "Back Up Now")->isEnabled());

@@ -46,17 +46,29 @@ BackupProgress albumStep(std::int64_t done, std::int64_t total) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, PanelLines,
-    testing::Values(
-        LinesCase{"copying", app::BackupStatus::running(1500, 4000), copying(), 0, true,
-                  {"1,234 copied", "266 already backed up"}},
-        LinesCase{"album step without a total", app::BackupStatus::updatingAlbums(0, 0), albumStep(0, 0), 0, true,
-                  {"Working out which album links changed…"}},
-        LinesCase{"album step", app::BackupStatus::updatingAlbums(12, 3456), albumStep(12, 3456), 0, true,
-                  {"1,234 copied · album links 12 of 3,456"}},
-        LinesCase{"verifying says it all in its status", app::BackupStatus::verifying(10, 200), {}, 5, true, {}},
-        LinesCase{"idle", app::BackupStatus::upToDate(), copying(), 12345, false, {"12,345 files"}},
-        LinesCase{"one file", app::BackupStatus::failed("x"), {}, 1, false, {"1 file"}},
-        LinesCase{"another job runs", app::BackupStatus::idle(), copying(), 0, false, {"0 files"}}));
+    testing::Values(LinesCase{"copying",
+                              app::BackupStatus::running(1500, 4000),
+                              copying(),
+                              0,
+                              true,
+                              {"1,234 copied", "266 already backed up"}},
+                    LinesCase{"album step without a total",
+                              app::BackupStatus::updatingAlbums(0, 0),
+                              albumStep(0, 0),
+                              0,
+                              true,
+                              {"Working out which album links changed…"}},
+                    LinesCase{"album step",
+                              app::BackupStatus::updatingAlbums(12, 3456),
+                              albumStep(12, 3456),
+                              0,
+                              true,
+                              {"1,234 copied · album links 12 of 3,456"}},
+                    LinesCase{
+                        "verifying says it all in its status", app::BackupStatus::verifying(10, 200), {}, 5, true, {}},
+                    LinesCase{"idle", app::BackupStatus::upToDate(), copying(), 12345, false, {"12,345 files"}},
+                    LinesCase{"one file", app::BackupStatus::failed("x"), {}, 1, false, {"1 file"}},
+                    LinesCase{"another job runs", app::BackupStatus::idle(), copying(), 0, false, {"0 files"}}));
 
 TEST(ActivityLists, countTheirLinesWithPluralsAndCutLongListsButCopyEverything) {
     const auto one = activityList({"a: missing"}, QStringLiteral("problem"), english);
@@ -70,7 +82,8 @@ TEST(ActivityLists, countTheirLinesWithPluralsAndCutLongListsButCopyEverything) 
     EXPECT_EQ(list.heading, "1,203 errors");
     ASSERT_EQ(list.shown.size(), activityLinesShown);
     EXPECT_EQ(list.shown.front(), many.front());
-    EXPECT_EQ(list.more, QStringLiteral("%1 more. Copy includes them all.").arg(english.toString(1203 - activityLinesShown)));
+    EXPECT_EQ(list.more,
+              QStringLiteral("%1 more. Copy includes them all.").arg(english.toString(1203 - activityLinesShown)));
     EXPECT_EQ(list.all, many);
 
     QStringList exactly(activityLinesShown, QStringLiteral("w"));
@@ -103,7 +116,8 @@ TEST(JobCardCounts, nameTheKindOfAlbumLinksOnlyWhenAnAlbumStepRan) {
     EXPECT_EQ(cardCountLines(runtime, english), QStringList{"2,048 files backed up"});
     runtime.albumCount = 1;
     runtime.albumLinkMode = LinkMode::alias;
-    EXPECT_EQ(cardCountLines(runtime, english), (QStringList{"2,048 files backed up", "1 album folder · album aliases"}));
+    EXPECT_EQ(cardCountLines(runtime, english),
+              (QStringList{"2,048 files backed up", "1 album folder · album aliases"}));
     runtime.albumCount = 14;
     runtime.albumLinkMode = LinkMode::symlink;
     EXPECT_EQ(cardCountLines(runtime, english).at(1), "14 album folders · album links");

@@ -72,7 +72,7 @@ TEST(StatusSymbols, everyStatusAndTheRunningFramesAreDrawableAndDistinct) {
 // The whole symbol set at the sizes the interface uses, and the tray tiles, for the eye.
 TEST(StatusSymbols, iconSheetScreenshot) {
     QStringList names;
-    QDirIterator it(QStringLiteral(":/icons"));
+    QDirIterator it(QStringLiteral(":/icons"), {QStringLiteral("*.svg")}, QDir::Files);
     while (it.hasNext())
         names << it.next().section(QLatin1Char('/'), -1).chopped(4);
     names.sort();

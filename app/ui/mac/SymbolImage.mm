@@ -42,12 +42,12 @@ SymbolBitmap drawSymbol(const std::string& name, const std::string& accessibilit
             if (!symbolName)
                 return bitmap;
             id<LKSymbolImage> image = [(id<LKSymbolImageClass>)imageClass imageWithSystemSymbolName:symbolName
-                                                                          accessibilityDescription:description];
+                                                                           accessibilityDescription:description];
             if (!image)
                 return bitmap;
             // NSFontWeightRegular is 0.
             id configuration = [(id<LKSymbolConfigurationClass>)configurationClass configurationWithPointSize:pointSize
-                                                                                                      weight:0.0];
+                                                                                                       weight:0.0];
             if (id<LKSymbolImage> configured = [image imageWithSymbolConfiguration:configuration])
                 image = configured;
             CGImageRef shape = [image CGImageForProposedRect:nullptr context:nil hints:nil];
@@ -58,10 +58,9 @@ SymbolBitmap drawSymbol(const std::string& name, const std::string& accessibilit
             bitmap.height = pixels;
             bitmap.rgba.assign(std::size_t(pixels) * std::size_t(pixels) * 4, 0);
             CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-            CGContextRef context =
-                CGBitmapContextCreate(bitmap.rgba.data(), std::size_t(pixels), std::size_t(pixels), 8,
-                                      std::size_t(pixels) * 4, space,
-                                      CGBitmapInfo(kCGImageAlphaPremultipliedLast) | kCGBitmapByteOrder32Big);
+            CGContextRef context = CGBitmapContextCreate(
+                bitmap.rgba.data(), std::size_t(pixels), std::size_t(pixels), 8, std::size_t(pixels) * 4, space,
+                CGBitmapInfo(kCGImageAlphaPremultipliedLast) | kCGBitmapByteOrder32Big);
             CGColorSpaceRelease(space);
             if (!context) {
                 bitmap = {};
@@ -69,8 +68,8 @@ SymbolBitmap drawSymbol(const std::string& name, const std::string& accessibilit
             }
             // Fit the symbol's own proportions into the square, keeping its aspect.
             const CGSize natural = [image size];
-            const double scale = std::min(pixels / std::max(1.0, double(natural.width)),
-                                          pixels / std::max(1.0, double(natural.height)));
+            const double scale =
+                std::min(pixels / std::max(1.0, double(natural.width)), pixels / std::max(1.0, double(natural.height)));
             const double width = natural.width * scale;
             const double height = natural.height * scale;
             CGContextTranslateCTM(context, pixels / 2.0, pixels / 2.0);

@@ -80,7 +80,6 @@ JobEditor::JobEditor(app::AppState& state, std::optional<app::BackupJob> job, QW
     layout->setSpacing(12);
 
     m_name = new QLineEdit(m_job.name, this);
-    m_name->setPlaceholderText(QStringLiteral("Name"));
     m_name->setAccessibleName(QStringLiteral("Name"));
     auto* nameRow = new QFormLayout;
     nameRow->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -135,7 +134,7 @@ JobEditor::JobEditor(app::AppState& state, std::optional<app::BackupJob> job, QW
     sourceLayout->addWidget(m_loading);
     m_albums = new QListWidget(source);
     m_albums->setObjectName(QStringLiteral("albums"));
-    m_albums->setMinimumHeight(140);
+    m_albums->setMinimumHeight(180);
     m_albums->setUniformItemSizes(true);
     sourceLayout->addWidget(m_albums);
 
@@ -174,7 +173,8 @@ JobEditor::JobEditor(app::AppState& state, std::optional<app::BackupJob> job, QW
                               source);
     m_rescan->setObjectName(QStringLiteral("rescanNotice"));
     sourceLayout->addWidget(m_rescan);
-    layout->addWidget(source, 1);
+    layout->addWidget(source);
+    layout->addStretch();
 
     m_message = new QLabel(this);
     m_message->setObjectName(QStringLiteral("validationMessage"));
@@ -211,7 +211,7 @@ JobEditor::JobEditor(app::AppState& state, std::optional<app::BackupJob> job, QW
     updateDestination();
     updateSource();
     updateValidation();
-    resize(520, 640);
+    resize(540, sizeHint().height());
 }
 
 app::BackupJob JobEditor::job() const {

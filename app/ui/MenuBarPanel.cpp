@@ -86,13 +86,12 @@ MenuBarPanel::MenuBarPanel(app::AppState& state, QWidget* parent) : QFrame(paren
     runRow->setSpacing(4);
     m_backUp = actionButton(QStringLiteral("arrow.triangle.2.circlepath"), QStringLiteral("Back Up Now"), this);
     connect(m_backUp, &QToolButton::clicked, this, [this] { m_state.backUpNow(); });
-    m_stop = actionButton(QStringLiteral("stop.fill"), QString(), this);
-    m_stop->setToolTip(QStringLiteral("Stop the backup"));
-    m_stop->setAccessibleName(QStringLiteral("Stop"));
+    m_stop = actionButton(QStringLiteral("stop.fill"), QStringLiteral("Stop"), this);
+    m_stop->setToolTip(QStringLiteral("Stops the run; what was copied is kept and the next run carries on."));
     connect(m_stop, &QToolButton::clicked, this, [this] { m_state.stop(); });
     runRow->addWidget(m_backUp);
-    runRow->addStretch();
     runRow->addWidget(m_stop);
+    runRow->addStretch();
     layout->addLayout(runRow);
 
     auto* appRow = new QHBoxLayout;
@@ -157,7 +156,9 @@ void MenuBarPanel::setContent(const PanelContent& content) {
         bold.setBold(true);
         title->setFont(bold);
         emptyLayout->addWidget(title, 0, Qt::AlignHCenter);
-        emptyLayout->addWidget(secondaryLabel(QStringLiteral("Add one in Settings."), empty), 0, Qt::AlignHCenter);
+        auto* hint = secondaryLabel(QStringLiteral("Add one in Settings."), empty);
+        hint->setWordWrap(false);
+        emptyLayout->addWidget(hint, 0, Qt::AlignHCenter);
         m_bodyLayout->addWidget(empty);
     }
     for (const auto& row : content.rows)

@@ -206,7 +206,7 @@ Onboarding::Onboarding(app::AppState& state, QWidget* parent) : QWidget(parent, 
         self->refresh();
     });
     refresh();
-    resize(560, sizeHint().height());
+    resize(580, layout->totalHeightForWidth(580));
 }
 
 bool Onboarding::stepDone(int index) const {

@@ -39,6 +39,19 @@ Card* cardOf(QWidget* row, QWidget* parent) {
     return card;
 }
 
+// A state in bold, green when all is well and amber when something is missing.
+void showState(QLabel* label, bool good) {
+    QFont font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    QPalette palette = label->palette();
+    const bool dark = palette.color(QPalette::Window).lightness() < 128;
+    const QColor ok = dark ? QColor(0x4a, 0xd0, 0x6b) : QColor(0x1e, 0x7e, 0x34);
+    const QColor missing = dark ? QColor(0xf0, 0xa8, 0x30) : QColor(0xa3, 0x5a, 0x00);
+    palette.setColor(QPalette::WindowText, good ? ok : missing);
+    label->setPalette(palette);
+}
+
 QString homeShortened(const QString& path) {
     const QString home = QDir::homePath();
     if (path == home || path.startsWith(home + QLatin1Char('/')))
@@ -117,6 +130,7 @@ void PrivacyTab::updatePhotos() {
     const auto status = m_state.photosAuthorization();
     const bool allowed = status == app::PhotosAuthorization::authorized || status == app::PhotosAuthorization::limited;
     m_photosState->setText(allowed ? QStringLiteral("Allowed") : QStringLiteral("Not allowed"));
+    showState(m_photosState, allowed);
     m_allow->setVisible(!allowed && (onMac || status == app::PhotosAuthorization::notDetermined));
     if (m_package)
         m_package->setText(QStringLiteral("In use: %1").arg(homeShortened(m_state.libraryPath())));
@@ -148,6 +162,8 @@ void PrivacyTab::updateFilter() {
         }
     }
     m_filterState->setText(state);
+    showState(m_filterState, filter && (filter->kind == SharedFilterState::Kind::active ||
+                                        filter->kind == SharedFilterState::Kind::included));
     m_skipped->setText(skipped);
     m_skipped->setVisible(!skipped.isEmpty());
 }

@@ -92,7 +92,7 @@ void TrayController::placePanel() {
     if (!screen)
         screen = QGuiApplication::primaryScreen();
     const QRect area = screen->availableGeometry();
-    const QSize size = m_panel->sizeHint().expandedTo(m_panel->minimumSizeHint());
+    const QSize size = m_panel->size();
     int x = anchor.x() - size.width() / 2;
     int y = 0;
     const bool below = anchor.y() < area.center().y();

@@ -12,7 +12,8 @@ namespace {
 QStringList texts(const QWidget& root, const QString& objectName) {
     QStringList result;
     for (const auto* label : root.findChildren<QLabel*>(objectName))
-        result << label->text();
+        if (label->isVisibleTo(&root))
+            result << label->text();
     return result;
 }
 

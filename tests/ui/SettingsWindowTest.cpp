@@ -82,6 +82,9 @@ TEST_F(Settings, jobCardsSwitchRemoveAndWarnAboutSyncedFolders) {
         EXPECT_TRUE(counted);
         EXPECT_TRUE(shows(*syncedCard, "2 albums, photos only"));
         saveScreenshot(window, "settings-general-jobs", look);
+        // The whole tab, below the fold too.
+        window.resize(window.width(), 1300);
+        saveScreenshot(window, "settings-general-all", look);
     });
 
     SettingsWindow window(state, m_updater);

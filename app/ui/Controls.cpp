@@ -34,9 +34,10 @@ void Switch::paintEvent(QPaintEvent*) {
     const QRectF track = QRectF(rect()).adjusted(1, 2, -1, -2);
     const qreal radius = track.height() / 2;
     const bool on = isChecked();
-    QColor fill = on ? palette().color(QPalette::Highlight) : palette().color(QPalette::Mid);
-    if (!on && palette().color(QPalette::Window).lightness() > 128)
-        fill = QColor(0xc7, 0xc7, 0xcc);
+    const bool dark = palette().color(QPalette::Window).lightness() < 128;
+    QColor fill = on     ? palette().color(QPalette::Highlight)
+                  : dark ? QColor(0x5c, 0x5c, 0x61)
+                         : QColor(0xc7, 0xc7, 0xcc);
     if (!isEnabled())
         fill.setAlphaF(0.45f);
     painter.setPen(Qt::NoPen);

@@ -9,9 +9,12 @@
 namespace lorekeep::ui {
 
 FormRow::FormRow(const QString& symbol, const QString& title, const QString& note, QWidget* parent) : QWidget(parent) {
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    m_rows = new QVBoxLayout(this);
+    m_rows->setContentsMargins(0, 0, 0, 0);
+    m_rows->setSpacing(6);
+    auto* layout = new QHBoxLayout;
     layout->setSpacing(12);
+    m_rows->addLayout(layout);
     auto* icon = new SymbolLabel(symbol, 18, this);
     layout->addWidget(icon, 0, Qt::AlignTop);
     m_text = new QVBoxLayout;
@@ -25,6 +28,12 @@ FormRow::FormRow(const QString& symbol, const QString& title, const QString& not
     m_controls = new QHBoxLayout;
     m_controls->setSpacing(8);
     layout->addLayout(m_controls);
+}
+
+void FormRow::addFooter(QLayout* footer) {
+    // Lined up with the title: the symbol's width and the spacing after it.
+    footer->setContentsMargins(18 + 12, 0, 0, 0);
+    m_rows->addLayout(footer);
 }
 
 void FormRow::addControl(QWidget* control) {

@@ -20,10 +20,13 @@ public:
     void addControl(QWidget* control);
     /// Adds a line under the title (state texts, extra notes).
     QLabel* addNote(const QString& text);
+    /// Adds a row under the whole row, lined up with the title and reaching the controls' right edge.
+    void addFooter(QLayout* footer);
     [[nodiscard]] QLabel* title() const { return m_title; }
     [[nodiscard]] QVBoxLayout* textColumn() const { return m_text; }
 
 private:
+    QVBoxLayout* m_rows;
     QLabel* m_title;
     QVBoxLayout* m_text;
     QHBoxLayout* m_controls;

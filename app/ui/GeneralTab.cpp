@@ -132,8 +132,7 @@ GeneralTab::GeneralTab(app::AppState& state, Updater& updater, QWidget* parent)
     connect(sendTest, &QPushButton::clicked, this, [this] { m_state.notifier().sendTest(); });
     permissionRow->addWidget(m_openNotificationSettings);
     permissionRow->addWidget(sendTest);
-    notify->textColumn()->addSpacing(4);
-    notify->textColumn()->addLayout(permissionRow);
+    notify->addFooter(permissionRow);
     layout->addWidget(cardOf({notify}, page));
     connect(&m_state.notifier(), &app::Notifier::permissionChanged, m_permission,
             [this](auto permission) { m_permission->setText(permissionText(permission)); });
@@ -157,8 +156,7 @@ GeneralTab::GeneralTab(app::AppState& state, Updater& updater, QWidget* parent)
     checkNow->setEnabled(m_updater.canCheck());
     connect(checkNow, &QPushButton::clicked, this, [this] { m_updater.checkNow(); });
     versionRow->addWidget(checkNow);
-    updates->textColumn()->addSpacing(4);
-    updates->textColumn()->addLayout(versionRow);
+    updates->addFooter(versionRow);
 
     auto* guide = new FormRow(QStringLiteral("sparkles"), QStringLiteral("Setup guide"),
                               QStringLiteral("The first-run steps, to go through again."), page);

@@ -211,7 +211,7 @@ JobEditor::JobEditor(app::AppState& state, std::optional<app::BackupJob> job, QW
     updateDestination();
     updateSource();
     updateValidation();
-    resize(540, sizeHint().height());
+    resize(540, layout->totalHeightForWidth(540));
 }
 
 app::BackupJob JobEditor::job() const {
@@ -278,6 +278,19 @@ bool JobEditor::save() {
     return true;
 }
 
+void JobEditor::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    fitHeight();
+}
+
+void JobEditor::fitHeight() {
+    // Wrapped texts need their height for the width they have; the dialog grows rather than squeezes them.
+    if (!isVisible() || !layout())
+        return;
+    if (const int needed = layout()->totalHeightForWidth(width()); needed > height())
+        resize(width(), needed);
+}
+
 void JobEditor::fillAlbums() {
     // Keep the ticks made so far before the list is rebuilt.
     if (m_source->currentIndex() == 1)
@@ -315,6 +328,7 @@ void JobEditor::updateSource() {
     m_startLabel->setEnabled(m_since->isChecked());
     m_start->setEnabled(m_since->isChecked());
     m_rescan->setVisible(!m_isNew && !sameSource(job().scope, m_originalScope));
+    fitHeight();
 }
 
 void JobEditor::updateDestination() {
@@ -323,6 +337,7 @@ void JobEditor::updateDestination() {
         m_job.destinationPath ? app::destinationWarning(*m_job.destinationPath, m_home, m_exists) : std::nullopt;
     m_warning->setText(warning.value_or(QString()));
     m_warningRow->setVisible(warning.has_value());
+    fitHeight();
 }
 
 void JobEditor::updateValidation() {

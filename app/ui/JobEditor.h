@@ -53,7 +53,11 @@ public:
     /// Checks the job and saves it when it passes; the first failure is shown otherwise.
     bool save();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
+    void fitHeight();
     void fillAlbums();
     void updateSource();
     void updateDestination();

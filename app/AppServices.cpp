@@ -24,6 +24,7 @@ AppServices makeAppServices() {
     const std::optional<QString> stored = services.settings->libraryPath();
     services.photosAccess =
         makePhotosAccess(stored ? *stored : QString::fromStdString(services.defaultLibrary.string()));
+    services.makePhotosAccess = [](const QString& package) { return app::makePhotosAccess(package); };
     services.scheduler = std::make_unique<QtScheduler>();
     services.makeWatcher = [](const QString& package, std::function<void()> onChange) {
         return makeLibraryWatcher(package, std::move(onChange));

@@ -35,6 +35,8 @@ struct AppServices {
     std::unique_ptr<NotificationCenter> notificationCenter;
     std::unique_ptr<LoginItem> loginItem;
     std::unique_ptr<PhotosAccess> photosAccess;
+    /// Makes the Photos access of another package, when the library in use changes (Linux); may be empty.
+    std::function<std::unique_ptr<PhotosAccess>(const QString& package)> makePhotosAccess;
     std::unique_ptr<Scheduler> scheduler;
     /// Makes the watcher of a package, calling back on the main thread when the library changed.
     std::function<std::unique_ptr<LibraryWatcher>(const QString& package, std::function<void()> onChange)> makeWatcher;

@@ -22,7 +22,8 @@ AppState::AppState(AppServices services, QObject* parent) : QObject(parent), m_s
     m_jobs = m_services.settings->loadJobs();
     m_autoBackup = m_services.settings->autoBackup();
     m_notifyOnProblems = m_services.settings->notifyOnProblems();
-    m_background.setMaxThreadCount(1);
+    // Reading the indexes at start must not hold up the album list the job editor waits for.
+    m_background.setMaxThreadCount(2);
     m_animation.setInterval(100);
     connect(&m_animation, &QTimer::timeout, this, [this] {
         ++m_iconFrame;
@@ -129,8 +130,7 @@ void AppState::loadAlbums() {
         return;
     m_albumsLoading = true;
     emit albumsLoadingChanged(true);
-    QPointer<QObject> context(&m_context);
-    m_background.start([this, context, open = m_services.openLibrary, package = libraryPackage()] {
+    m_background.start([this, open = m_services.openLibrary, package = libraryPackage()] {
         std::vector<AlbumInfo> albums;
         try {
             if (open) {
@@ -208,7 +208,10 @@ std::filesystem::path AppState::libraryPackage() const {
 
 void AppState::setLibraryPath(const QString& path) {
     m_services.settings->setLibraryPath(path.isEmpty() ? std::nullopt : std::optional<QString>(path));
+    if (m_services.makePhotosAccess)
+        m_services.photosAccess = m_services.makePhotosAccess(libraryPath());
     emit libraryPathChanged();
+    emit photosAuthorizationChanged();
     if (m_watcher) {
         m_watcher.reset();
         startAutomation();
@@ -289,6 +292,7 @@ void AppState::periodicTick() {
     m_periodic = m_services.scheduler->after(periodicInterval, [this] { periodicTick(); });
     if (!m_autoBackup || m_running)
         return;
+    reloadJobs();
     const bool eligible = std::any_of(m_jobs.begin(), m_jobs.end(), [this](const BackupJob& job) {
         return job.enabled && destinationURL(job, m_services.resolveBookmark).has_value();
     });
@@ -296,9 +300,19 @@ void AppState::periodicTick() {
         backUpNow();
 }
 
+void AppState::reloadJobs() {
+    m_services.settings->sync();
+    std::vector<BackupJob> stored = m_services.settings->loadJobs();
+    if (stored != m_jobs) {
+        m_jobs = std::move(stored);
+        emit jobsChanged();
+    }
+}
+
 bool AppState::backUpNow(const std::optional<QUuid>& only) {
     if (m_running)
         return false;
+    reloadJobs();
     std::vector<RunItem> items;
     for (const BackupJob& job : m_jobs) {
         if (job.enabled && (!only || *only == job.id))
@@ -311,6 +325,7 @@ bool AppState::backUpNow(const std::optional<QUuid>& only) {
 bool AppState::verifyNow(const std::optional<QUuid>& only) {
     if (m_running)
         return false;
+    reloadJobs();
     std::vector<RunItem> items;
     for (const BackupJob& job : m_jobs) {
         if (job.enabled && (!only || *only == job.id))

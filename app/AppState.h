@@ -49,8 +49,9 @@ public:
     /// its last verification and totals, so that a restart does not verify everything again.
     void start();
 
-    // Jobs, in the user's order (the order of a run).
+    /// The jobs, in the user's order (the order of a run).
     [[nodiscard]] const std::vector<BackupJob>& jobs() const { return m_jobs; }
+    /// The job of that id, if there is one.
     [[nodiscard]] std::optional<BackupJob> job(const QUuid& id) const;
     /// The runtime of a job (idle when nothing happened yet).
     [[nodiscard]] JobRuntime runtime(const QUuid& id) const;
@@ -60,7 +61,9 @@ public:
     void addJob(const BackupJob& job);
     /// Replaces the job of the same id and stores the list.
     void updateJob(const BackupJob& job);
+    /// Removes the job with its runtime and outage record, and stores the list. Its backup stays where it is.
     void removeJob(const QUuid& id);
+    /// Switches a job on or off (a disabled job is never run) and stores the list.
     void setJobEnabled(const QUuid& id, bool enabled);
     /// Puts the jobs into a new order (the same ids) and stores it.
     void reorderJobs(const std::vector<QUuid>& order);
@@ -74,7 +77,9 @@ public:
 
     /// The library's albums for the job editor; loadAlbums() reads them on a worker thread.
     [[nodiscard]] const std::vector<AlbumInfo>& albums() const { return m_albums; }
+    /// The album list is being read ("Loading albums…").
     [[nodiscard]] bool albumsLoading() const { return m_albumsLoading; }
+    /// Reads the library's albums on a worker thread; albumsChanged() follows.
     void loadAlbums();
     /// The last known state of the Shared Library filter; refreshSharedFilter() reads it again in the background.
     [[nodiscard]] const std::optional<SharedFilterState>& sharedFilter() const { return m_sharedFilter; }
@@ -86,6 +91,7 @@ public:
     /// Problem notifications ("notifyOnProblems").
     [[nodiscard]] bool notifyOnProblems() const { return m_notifyOnProblems; }
     void setNotifyOnProblems(bool on);
+    /// The first-run guide was completed ("onboardingDone").
     [[nodiscard]] bool onboardingDone() const;
     void setOnboardingDone(bool done);
     /// The Photos library package the jobs read: the stored "libraryPath", else the usual location.
@@ -93,23 +99,29 @@ public:
     /// Stores "libraryPath" (empty: back to the usual location) and watches the new package.
     void setLibraryPath(const QString& path);
 
-    /// The login item (Part of the settings window and the first-run guide).
+    /// The login item is enabled.
     [[nodiscard]] bool startsAtLogin() const { return m_startsAtLogin; }
+    /// The system holds the login item for the user's approval.
     [[nodiscard]] bool loginNeedsApproval() const { return m_loginNeedsApproval; }
+    /// The text of the last failure to change the login item.
     [[nodiscard]] const std::optional<QString>& loginError() const { return m_loginError; }
     /// Registers or unregisters the login item, then reads its status again.
     void setStartsAtLogin(bool on);
 
+    /// Whether the Photos library may be read (Linux: whether the package in use is readable).
     [[nodiscard]] PhotosAuthorization photosAuthorization() const;
     /// Asks for Photos access; on an answer that allows it, automation starts.
     void requestPhotosAccess();
 
+    /// Notification permission and the test notification, for the settings window and the first-run guide.
     [[nodiscard]] Notifier& notifier() { return *m_notifier; }
+    /// The application's log (the settings window opens its folder).
     [[nodiscard]] Log& log() { return *m_services.log; }
+    /// The stored settings behind this state.
     [[nodiscard]] Settings& settings() { return *m_services.settings; }
 
-    /// A run of every enabled job, or of the one given (when enabled). Refused while a run is in progress.
-    /// Returns whether a run started.
+    /// A run of every enabled job, or of the one given (when enabled), as the jobs are stored at that moment.
+    /// Refused while a run is in progress. Returns whether a run started.
     bool backUpNow(const std::optional<QUuid>& job = std::nullopt);
     /// Verifies every enabled job, or the one given, now, whatever the weekly rule says. Refused while running.
     bool verifyNow(const std::optional<QUuid>& job = std::nullopt);
@@ -148,6 +160,8 @@ private:
     friend class RunWorker;
     struct RunItem;
 
+    /// Takes the stored jobs again: `lorekeep jobs` may have changed them while the agent runs.
+    void reloadJobs();
     bool startRun(std::vector<RunItem> items);
     void finishRun();
     void setRuntime(const QUuid& id, const JobRuntime& runtime);

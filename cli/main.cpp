@@ -88,6 +88,63 @@ int main(int argc, char** argv) {
         app.add_subcommand("counts", "Count the assets in the personal library, hidden, and in shared albums");
     addLibraryOptions(countsCommand, counts, true);
 
+    // The application's jobs, run once or by the run loop, over the same settings as the tray application.
+    CLI::App* jobsCommand =
+        app.add_subcommand("jobs", "List, add, change or remove the backup jobs of the application");
+    jobsCommand->require_subcommand(1);
+    JobOptions jobOptions;
+    const auto addScopeOptions = [&jobOptions](CLI::App* command) {
+        command->add_option("--albums", jobOptions.albums, "Back up only these albums (ids as `lorekeep albums` lists)")
+            ->delimiter(',');
+        CLI::Option* photos = command->add_flag("--photos-only", jobOptions.photosOnly, "Leave videos out");
+        CLI::Option* videos =
+            command->add_flag("--videos-only", jobOptions.videosOnly, "Leave photos out")->excludes(photos);
+        command->add_option("--since", jobOptions.since, "Only items taken on or after this day (YYYY-MM-DD)")
+            ->check([](const std::string& text) { return parseDay(text) ? std::string() : "expected YYYY-MM-DD"; });
+        command->add_flag("--include-shared-library", jobOptions.includeShared,
+                          "Also back up the items of the iCloud Shared Library");
+        return std::make_pair(photos, videos);
+    };
+    CLI::App* jobsList = jobsCommand->add_subcommand("list", "Show the jobs in the order they run");
+    jobsList->add_flag("--json", jobOptions.json, "Print the stored jobs as JSON");
+    CLI::App* jobsAdd = jobsCommand->add_subcommand("add", "Add a job; it runs with the next run of all jobs");
+    jobsAdd->add_option("--name", jobOptions.name, "The job's name, shown in the log and the status")->required();
+    jobsAdd->add_option("--to", jobOptions.destination, "The destination folder")->required();
+    jobsAdd->add_flag("--disabled", jobOptions.disabled, "Store the job switched off");
+    addScopeOptions(jobsAdd);
+    CLI::App* jobsEdit = jobsCommand->add_subcommand("edit", "Change a job; options not given stay as they are");
+    jobsEdit->add_option("job", jobOptions.job, "The job's name or id")->required();
+    jobsEdit->add_option("--name", jobOptions.name, "A new name");
+    jobsEdit->add_option("--to", jobOptions.destination, "A new destination folder");
+    const auto [photosFlagOfEdit, videosFlagOfEdit] = addScopeOptions(jobsEdit);
+    jobsEdit->add_flag("--photos-and-videos", jobOptions.photosAndVideos, "Back up photos and videos")
+        ->excludes(photosFlagOfEdit)
+        ->excludes(videosFlagOfEdit);
+    jobsEdit->add_flag("--whole-library", jobOptions.wholeLibrary, "Back up every album, not chosen ones")
+        ->excludes("--albums");
+    jobsEdit->add_flag("--any-date", jobOptions.anyDate, "Drop the start date")->excludes("--since");
+    jobsEdit->add_flag("--exclude-shared-library", jobOptions.excludeShared, "Leave Shared Library items out")
+        ->excludes("--include-shared-library");
+    CLI::App* jobsRemove = jobsCommand->add_subcommand("remove", "Remove a job (its backup stays where it is)");
+    CLI::App* jobsEnable = jobsCommand->add_subcommand("enable", "Switch a job on");
+    CLI::App* jobsDisable = jobsCommand->add_subcommand("disable", "Switch a job off: it is not run");
+    for (CLI::App* command : {jobsRemove, jobsEnable, jobsDisable})
+        command->add_option("job", jobOptions.job, "The job's name or id")->required();
+    std::string libraryPackage;
+    CLI::App* jobsLibrary =
+        jobsCommand->add_subcommand("library", "Show the Photos library the jobs read, or set it (\"default\": the "
+                                               "usual location)");
+    jobsLibrary->add_option("package", libraryPackage, "A .photoslibrary package");
+
+    std::string runJob;
+    CLI::App* runCommand = app.add_subcommand(
+        "run", "Run the enabled jobs once as the application does (log, notifications, weekly verification) and "
+               "print each job's status; exit 0 when every job is up to date");
+    runCommand->add_option("--job", runJob, "Run only this job (name or id)");
+    CLI::App* agentCommand = app.add_subcommand(
+        "agent", "Run the application's loop without a window: a run a minute after the start, after library "
+                 "changes and every six hours; stops on SIGTERM or Ctrl-C once the running job is saved");
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& success) {
@@ -120,5 +177,21 @@ int main(int argc, char** argv) {
         return runCounts(counts);
     if (verifyCommand->parsed())
         return runVerify(verify, console, interrupt);
+    if (jobsList->parsed())
+        return runJobsList(jobOptions);
+    if (jobsAdd->parsed())
+        return runJobsAdd(jobOptions);
+    if (jobsEdit->parsed())
+        return runJobsEdit(jobOptions);
+    if (jobsRemove->parsed())
+        return runJobsRemove(jobOptions);
+    if (jobsEnable->parsed() || jobsDisable->parsed())
+        return runJobsEnable(jobOptions, jobsEnable->parsed());
+    if (jobsLibrary->parsed())
+        return runJobsLibrary(libraryPackage);
+    if (runCommand->parsed())
+        return runRun(runJob, console, interrupt);
+    if (agentCommand->parsed())
+        return runAgent(console, interrupt);
     return usageError;
 }

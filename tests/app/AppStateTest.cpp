@@ -80,6 +80,11 @@ protected:
         return containing.isEmpty() ? lines : lines.filter(containing);
     }
     QString status(const BackupJob& job) { return app().statusText(job.id); }
+    std::optional<QString> storedLibraryPath() const {
+        return Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()),
+                                                    QSettings::IniFormat))
+            .libraryPath();
+    }
     /// The jobs as the next launch reads them.
     std::vector<BackupJob> storedJobs() const {
         return Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()),
@@ -335,6 +340,28 @@ TEST_F(AppStateTest, startChecksPhotosAccessAndRegistersTheLoginItemOnlyOnTheFir
     EXPECT_FALSE(app().startsAtLogin());
 }
 
+TEST_F(AppStateTest, theLoopSkipsRoundsWithoutARunnableJobAndRunsJobsStoredMeanwhile) {
+    BackupJob bare = BackupJob::make("Nowhere");
+    Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()), QSettings::IniFormat))
+        .saveJobs({bare});
+    app().start();
+    advance(AppState::launchDelay);
+    EXPECT_EQ(runs, 1) << "the launch run tries every job";
+    EXPECT_EQ(status(bare), "Error: no destination set");
+    advance(AppState::periodicInterval);
+    EXPECT_EQ(runs, 1);
+
+    // Another process (the command line) stores a job while this one runs.
+    BackupJob nas = BackupJob::make("NAS");
+    nas.destinationPath = QString::fromStdString((dir / "nas").string());
+    fs::create_directories(dir / "nas");
+    Settings(std::make_unique<QSettings>(QString::fromStdString(fakes->settingsFile.string()), QSettings::IniFormat))
+        .saveJobs({bare, nas});
+    advance(AppState::periodicInterval);
+    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(status(nas), "Up to date");
+}
+
 TEST_F(AppStateTest, aJobWithoutDestinationFailsAndTheOthersRun) {
     BackupJob bare = BackupJob::make("Nowhere");
     const BackupJob nas = job("NAS", "nas");
@@ -343,6 +370,29 @@ TEST_F(AppStateTest, aJobWithoutDestinationFailsAndTheOthersRun) {
     EXPECT_EQ(status(bare), "Error: no destination set");
     EXPECT_EQ(status(nas), "Up to date");
     EXPECT_EQ(storedJobs().size(), 2u);
+}
+
+TEST_F(AppStateTest, readsAlbumsAndTheSharedFilterInTheBackgroundAndWatchesTheChosenLibrary) {
+    library->addAlbum({.id = "A/L0/040", .title = "Holidays", .assets = {"P1/L0/001"}});
+    int loadingChanges = 0;
+    QObject::connect(&app(), &AppState::albumsLoadingChanged, [&] { ++loadingChanges; });
+    app().loadAlbums();
+    EXPECT_TRUE(app().albumsLoading());
+    ASSERT_TRUE(test::waitUntil([&] { return !app().albumsLoading(); }));
+    ASSERT_EQ(app().albums().size(), 1u);
+    EXPECT_EQ(app().albums()[0].title, "Holidays");
+    EXPECT_EQ(loadingChanges, 2);
+
+    app().refreshSharedFilter();
+    ASSERT_TRUE(test::waitUntil([&] { return app().sharedFilter().has_value(); }));
+    EXPECT_EQ(*app().sharedFilter(), SharedFilterState::needsAccess());
+
+    app().start();
+    EXPECT_EQ(fakes->watchers->lastPackage(), app().libraryPath());
+    app().setLibraryPath("/srv/photos/Family.photoslibrary");
+    EXPECT_EQ(fakes->watchers->alive(), 1);
+    EXPECT_EQ(fakes->watchers->lastPackage(), "/srv/photos/Family.photoslibrary");
+    EXPECT_EQ(storedLibraryPath(), "/srv/photos/Family.photoslibrary");
 }
 
 } // namespace

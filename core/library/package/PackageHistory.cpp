@@ -90,7 +90,8 @@ std::vector<PersistentChange> PackageHistory::changesSince(const ChangeToken& to
     const std::int64_t last = bounds.integer(1);
     if (*since > last)
         throw LibraryError("The change token is newer than the Photos library's change history");
-    if (!bounds.isNull(0) && *since + 1 < bounds.integer(0))
+    // Written without "since + 1": a damaged history may number its transactions up to the largest integer.
+    if (!bounds.isNull(0) && *since < bounds.integer(0) && bounds.integer(0) - *since > 1)
         throw LibraryError("The Photos library's change history no longer reaches back to the change token");
 
     std::string tombstones;

@@ -194,5 +194,18 @@ TEST(PhotosPackageLibraryOpening, refusesAFolderWithoutAPhotosDatabase) {
     EXPECT_THROW(PhotosPackageLibrary library(folder.path()), LibraryError);
 }
 
+// Found by fuzzing: the history's bounds were compared with "token + 1", which overflowed.
+TEST(PackageHistory, aHistoryNumberedUpToTheLargestIntegerIsReadWithoutOverflow) {
+    test::TempDir folder;
+    const std::filesystem::path package = test::copyLibraryDatabase("Test-26.1.photoslibrary", folder.path());
+    test::writeDatabase(package / "database/Photos.sqlite",
+                        "UPDATE ATRANSACTION SET Z_PK = 9223372036854775807 WHERE Z_PK = (SELECT max(Z_PK) FROM "
+                        "ATRANSACTION)");
+    PhotosPackageLibrary library(package);
+    const ChangeToken last = library.currentChangeToken();
+    EXPECT_TRUE(last.archive.ends_with(":9223372036854775807")) << last.archive;
+    EXPECT_TRUE(library.persistentChanges(last).empty());
+}
+
 } // namespace
 } // namespace lorekeep

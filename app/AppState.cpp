@@ -310,6 +310,14 @@ void AppState::reloadJobs() {
 }
 
 bool AppState::backUpNow(const std::optional<QUuid>& only) {
+    return runEnabledJobs(only, false);
+}
+
+bool AppState::verifyNow(const std::optional<QUuid>& only) {
+    return runEnabledJobs(only, true);
+}
+
+bool AppState::runEnabledJobs(const std::optional<QUuid>& only, bool verifyOnly) {
     if (m_running)
         return false;
     reloadJobs();
@@ -317,19 +325,7 @@ bool AppState::backUpNow(const std::optional<QUuid>& only) {
     for (const BackupJob& job : m_jobs) {
         if (job.enabled && (!only || *only == job.id))
             items.push_back(
-                {job, destinationURL(job, m_services.resolveBookmark), runtime(job.id).lastVerified, false});
-    }
-    return startRun(std::move(items));
-}
-
-bool AppState::verifyNow(const std::optional<QUuid>& only) {
-    if (m_running)
-        return false;
-    reloadJobs();
-    std::vector<RunItem> items;
-    for (const BackupJob& job : m_jobs) {
-        if (job.enabled && (!only || *only == job.id))
-            items.push_back({job, destinationURL(job, m_services.resolveBookmark), runtime(job.id).lastVerified, true});
+                {job, destinationURL(job, m_services.resolveBookmark), runtime(job.id).lastVerified, verifyOnly});
     }
     return startRun(std::move(items));
 }

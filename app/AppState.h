@@ -162,6 +162,8 @@ private:
 
     /// Takes the stored jobs again: `lorekeep jobs` may have changed them while the agent runs.
     void reloadJobs();
+    /// A run of the enabled jobs (only `only` when given), backing up or only verifying them.
+    bool runEnabledJobs(const std::optional<QUuid>& only, bool verifyOnly);
     bool startRun(std::vector<RunItem> items);
     void finishRun();
     void setRuntime(const QUuid& id, const JobRuntime& runtime);

@@ -24,13 +24,6 @@ namespace lorekeep::ui {
 
 namespace {
 
-QString homeShortened(const QString& path) {
-    const QString home = QDir::homePath();
-    if (path == home || path.startsWith(home + QLatin1Char('/')))
-        return QStringLiteral("~") + path.mid(home.size());
-    return path;
-}
-
 QWidget* listWidget(const ActivityList& list, QWidget* parent) {
     auto* widget = new QWidget(parent);
     widget->setObjectName(QStringLiteral("activityList"));

@@ -1,6 +1,15 @@
 #include "JobPresentation.h"
 
+#include <QDir>
+
 namespace lorekeep::ui {
+
+QString homeShortened(const QString& path) {
+    const QString home = QDir::homePath();
+    if (path == home || path.startsWith(home + QLatin1Char('/')))
+        return QStringLiteral("~") + path.mid(home.size());
+    return path;
+}
 
 StatusKind kindOf(const app::BackupStatus& status) {
     using Kind = app::BackupStatus::Kind;

@@ -21,6 +21,9 @@ struct JobView {
     app::JobRuntime runtime;
 };
 
+/// The path with the home folder written as "~", as the windows show folders.
+[[nodiscard]] QString homeShortened(const QString& path);
+
 [[nodiscard]] StatusKind kindOf(const app::BackupStatus& status);
 
 /// The tray icon's status over the jobs: the running job's, else the rule over the enabled ones.

@@ -1,4 +1,5 @@
 #include "Onboarding.h"
+#include "JobPresentation.h"
 
 #include "Controls.h"
 #include "Platform.h"
@@ -54,17 +55,6 @@ private:
     int m_number;
     bool m_done = false;
 };
-
-namespace {
-
-QString homeShortened(const QString& path) {
-    const QString home = QDir::homePath();
-    if (path == home || path.startsWith(home + QLatin1Char('/')))
-        return QStringLiteral("~") + path.mid(home.size());
-    return path;
-}
-
-} // namespace
 
 Onboarding::Onboarding(app::AppState& state, QWidget* parent) : QWidget(parent, Qt::Window), m_state(state) {
     setWindowTitle(QStringLiteral("Welcome to Lorekeep"));

@@ -2,6 +2,7 @@
 
 #include "Controls.h"
 #include "FormRow.h"
+#include "JobPresentation.h"
 #include "Platform.h"
 #include "Workspace.h"
 
@@ -50,13 +51,6 @@ void showState(QLabel* label, bool good) {
     const QColor missing = dark ? QColor(0xf0, 0xa8, 0x30) : QColor(0xa3, 0x5a, 0x00);
     palette.setColor(QPalette::WindowText, good ? ok : missing);
     label->setPalette(palette);
-}
-
-QString homeShortened(const QString& path) {
-    const QString home = QDir::homePath();
-    if (path == home || path.startsWith(home + QLatin1Char('/')))
-        return QStringLiteral("~") + path.mid(home.size());
-    return path;
 }
 
 } // namespace

@@ -116,6 +116,8 @@ TEST_F(Panel, backUpNowRunsTheJobsAndTheRowFollows) {
     button(panel, "Back Up Now")->click();
     EXPECT_TRUE(state.isRunning());
     ASSERT_TRUE(app::test::waitUntil([&] { return !state.isRunning(); }));
+    // The panel rebuilds its rows from the event loop, a moment after the run's end reaches the state.
+    app::test::waitUntil([&] { return texts(panel, "statusText") == QStringList{"Up to date"}; }, 5);
     EXPECT_EQ(texts(panel, "statusText"), QStringList{"Up to date"});
     EXPECT_EQ(texts(panel, "progressLine"), QStringList{"4 files"});
     EXPECT_EQ(state.runtime(job.id).filesBackedUp, 4);

@@ -346,6 +346,7 @@ void JobEditor::updateValidation() {
     const auto failure = m_triedSave ? app::validate(job(), m_state.jobs()) : std::nullopt;
     m_message->setText(failure.value_or(QString()));
     m_message->setVisible(failure.has_value());
+    fitHeight();
 }
 
 } // namespace lorekeep::ui

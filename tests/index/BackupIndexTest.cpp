@@ -54,6 +54,52 @@ TEST(BackupIndex, roundTripsThroughADestinationWithoutItsFolder) {
     EXPECT_EQ(BackupIndex::load(destination.path()), index);
 }
 
+TEST(BackupIndex, loadsAnIndexLargerThanOneReadWithEveryKindOfCharacter) {
+    // Large enough that strings, escapes and multibyte characters fall across the reader's window boundaries.
+    const std::string odd[] = {"Urlaub in Köln", "日本/東京", "quote \" and back\\slash", "tab\tnewline\n\x01",
+                               "emoji \xF0\x9F\x93\xB7"};
+    test::TempDir destination;
+    BackupIndex index;
+    for (int number = 0; number < 4000; ++number) {
+        const std::string name = odd[number % 5] + " " + std::to_string(number);
+        index.set(name + "/L0/001", {.modificationDate = Date::fromReferenceSeconds(700000000.25 + number),
+                                     .files = {{FileRole::original, "By Date/2024/" + name + ".jpg",
+                                                std::string(64, 'c'), number * 1000LL, "By Date/" + name + ".xmp"}}});
+    }
+    index.save(destination.path());
+    ASSERT_GT(std::filesystem::file_size(BackupIndex::location(destination.path())), 3u * 256 * 1024);
+    EXPECT_EQ(BackupIndex::load(destination.path()), index);
+}
+
+TEST(BackupIndex, readsEscapesAndRefusesMalformedText) {
+    const BackupIndex index = BackupIndex::fromJson(
+        " {\"version\" : 2 ,\n\"assets\":{\"\\u00e9\\ud83d\\udcf7\\u0041\\b\\f\\r\":{\"files\":[ ]}} } \n");
+    EXPECT_NE(index.find("\xC3\xA9\xF0\x9F\x93\xB7" "A\b\f\r"), nullptr);
+
+    const char* const bad[] = {
+        R"({"version":2,"assets":{}} x)",
+        R"({"version":2,"assets":{"\q":{"files":[]}}})",
+        R"({"version":2,"assets":{"\ud83d":{"files":[]}}})",
+        R"({"version":2,"assets":{"\udcf7":{"files":[]}}})",
+        R"({"version":2,"assets":{"\u12":{"files":[]}}})",
+        "{\"version\":2,\"assets\":{\"\xC3(\":{\"files\":[]}}}",
+        "{\"version\":2,\"assets\":{\"\xED\xA0\x80\":{\"files\":[]}}}",
+        "{\"version\":2,\"assets\":{\"a\tb\":{\"files\":[]}}}",
+        R"({"version":02,"assets":{}})",
+        R"({"version":-,"assets":{}})",
+        R"({"version":2,"assets":{},"lastVerified":1.})",
+        R"({"version":2,"assets":{},"lastVerified":1e})",
+        R"({"version":2,"assets":{},"x":[1,]})",
+        R"({"version":2,"assets":{},"x":{"a" 1}})",
+        R"({"version":2,"assets":{},"x":tru})",
+        R"({"version":2,"assets":{},})",
+        R"({"version":2 "assets":{}})",
+        R"({"version":99999999999999999999,"assets":{}})",
+    };
+    for (const char* text : bad)
+        EXPECT_THROW((void)BackupIndex::fromJson(text), JsonError) << text;
+}
+
 TEST(BackupIndex, datesRoundTripExactly) {
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> seconds(-1e9, 1e9);

@@ -147,8 +147,7 @@ public:
     explicit Input(std::string_view text) : m_next(text.data()), m_end(text.data() + text.size()) {}
 
     explicit Input(std::FILE* file)
-        : m_file(file), m_buffer(std::make_unique_for_overwrite<char[]>(bufferSize)), m_next(nullptr),
-          m_end(nullptr) {
+        : m_file(file), m_buffer(std::make_unique_for_overwrite<char[]>(bufferSize)), m_next(nullptr), m_end(nullptr) {
         fill();
     }
 
@@ -294,7 +293,8 @@ public:
                     objectKey(scratch);
                 continue;
             case Kind::invalid:
-                syntaxError(c < 0 ? "the text ends where a value belongs" : "unexpected character where a value belongs");
+                syntaxError(c < 0 ? "the text ends where a value belongs"
+                                  : "unexpected character where a value belongs");
             }
             // One value done: go on in the enclosing object or array, or close it.
             for (;;) {

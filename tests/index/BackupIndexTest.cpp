@@ -74,7 +74,9 @@ TEST(BackupIndex, loadsAnIndexLargerThanOneReadWithEveryKindOfCharacter) {
 TEST(BackupIndex, readsEscapesAndRefusesMalformedText) {
     const BackupIndex index = BackupIndex::fromJson(
         " {\"version\" : 2 ,\n\"assets\":{\"\\u00e9\\ud83d\\udcf7\\u0041\\b\\f\\r\":{\"files\":[ ]}} } \n");
-    EXPECT_NE(index.find("\xC3\xA9\xF0\x9F\x93\xB7" "A\b\f\r"), nullptr);
+    EXPECT_NE(index.find("\xC3\xA9\xF0\x9F\x93\xB7"
+                         "A\b\f\r"),
+              nullptr);
 
     const char* const bad[] = {
         R"({"version":2,"assets":{}} x)",

@@ -3,6 +3,8 @@
 // destination can be created for the type, and the exporter writes a sidecar instead.
 #include "export/MetadataBackend.h"
 
+#include "export/JpegExif.h"
+
 #include <exiv2/exiv2.hpp>
 
 #include <cmath>
@@ -182,20 +184,17 @@ std::string xmpCoordinate(double degrees, const std::string& ref) {
     return text;
 }
 
-// EXIF's GPS coordinate form: degrees, minutes and seconds as rationals, seconds to a millionth.
 Exiv2::URationalValue exifCoordinate(double degrees) {
-    constexpr long long perSecond = 1'000'000;
-    const long long total = std::llround(degrees * 3600 * perSecond);
     Exiv2::URationalValue value;
-    value.value_.emplace_back(static_cast<std::uint32_t>(total / (3600 * perSecond)), 1);
-    value.value_.emplace_back(static_cast<std::uint32_t>(total % (3600 * perSecond) / (60 * perSecond)), 1);
-    value.value_.emplace_back(static_cast<std::uint32_t>(total % (60 * perSecond)), perSecond);
+    for (const auto& [numerator, denominator] : JpegExif::coordinate(degrees))
+        value.value_.emplace_back(numerator, denominator);
     return value;
 }
 
 Exiv2::URationalValue exifAltitude(double metres) {
+    const auto [numerator, denominator] = JpegExif::altitude(metres);
     Exiv2::URationalValue value;
-    value.value_.emplace_back(static_cast<std::uint32_t>(std::llround(metres * 1000)), 1000);
+    value.value_.emplace_back(numerator, denominator);
     return value;
 }
 
@@ -354,6 +353,49 @@ std::unique_ptr<Exiv2ImageSource> imageOf(std::span<const char> bytes, std::vect
     return std::make_unique<Exiv2ImageSource>(std::move(owned), std::move(image), std::move(identifier));
 }
 
+/// A plain JPEG, read and copied without Exiv2's parsing and encoding of the whole EXIF block, which costs more
+/// than everything else done for a photo: only the XMP packet is made by Exiv2. When the EXIF values cannot be
+/// set in place, Exiv2 makes the copy after all.
+class JpegImageSource final : public MetadataBackend::ImageSource {
+public:
+    JpegImageSource(std::vector<char> owned, std::span<const char> bytes, JpegExif jpeg)
+        : m_owned(std::move(owned)), m_bytes(bytes), m_jpeg(std::move(jpeg)) {}
+
+    const std::string& typeIdentifier() const override {
+        static const std::string jpeg = "public.jpeg";
+        return jpeg;
+    }
+    const ImageProperties& properties() const override { return m_jpeg.properties(); }
+    bool canWrite() const override { return true; }
+
+    std::span<const char> withMetadata(const XmpMetadata& metadata) const override {
+        Exiv2::XmpData xmp;
+        applyXmp(metadata, xmp);
+        std::string packet;
+        if (Exiv2::XmpParser::encode(packet, xmp, Exiv2::XmpParser::useCompactFormat) == 0 &&
+            m_jpeg.withMetadata(metadata, packet, m_copy))
+            return m_copy;
+        m_general = imageOf(m_bytes, {});
+        if (!m_general)
+            throw std::runtime_error("");
+        return m_general->withMetadata(metadata);
+    }
+
+private:
+    std::vector<char> m_owned;
+    std::span<const char> m_bytes;
+    JpegExif m_jpeg;
+    mutable std::vector<char> m_copy;
+    mutable std::unique_ptr<Exiv2ImageSource> m_general;
+};
+
+/// The image source for bytes in memory: a plain JPEG's own reader, or Exiv2's.
+std::unique_ptr<MetadataBackend::ImageSource> sourceOf(std::span<const char> bytes, std::vector<char> owned) {
+    if (auto jpeg = JpegExif::parse(bytes))
+        return std::make_unique<JpegImageSource>(std::move(owned), bytes, std::move(*jpeg));
+    return imageOf(bytes, std::move(owned));
+}
+
 class Exiv2Backend final : public MetadataBackend {
 public:
     // Sets Exiv2 up when the backend is made (normally on the main thread, with the first MetadataWriter), not in
@@ -374,7 +416,7 @@ public:
                 return nullptr;
             std::vector<char> bytes = readWhole(file);
             const std::span<const char> view(bytes);
-            return imageOf(view, std::move(bytes));
+            return sourceOf(view, std::move(bytes));
         } catch (const std::exception&) {
             return nullptr;
         }
@@ -382,7 +424,7 @@ public:
 
     std::unique_ptr<ImageSource> openImage(std::span<const char> bytes) const override {
         try {
-            return imageOf(bytes, {});
+            return sourceOf(bytes, {});
         } catch (const std::exception&) {
             return nullptr;
         }

@@ -204,9 +204,9 @@ void Run::chooseMode() {
 }
 
 void Run::clearLeftovers() {
-    // Temporary files in "By Date" come only from runs that were killed; a full rescan sweeps anyway, which also
-    // clears those of versions that did not leave the marker.
-    Leftovers::clear(m_root, m_killedBefore || !m_changes);
+    // Temporary files in "By Date" come only from runs that were killed, which leave the marker behind: sweeping
+    // costs a walk of the whole tree, so a run that ended is not followed by one.
+    Leftovers::clear(m_root, m_killedBefore);
     std::error_code ignored;
     std::filesystem::create_directories(m_root / Layout::engineFolder, ignored);
     std::ofstream(m_root / BackupRunner::runActivePath).close();

@@ -1,6 +1,7 @@
 #include "base/JsonWriter.h"
 
 #include "base/Json.h"
+#include "base/JsonText.h"
 
 #include <charconv>
 #include <clocale>
@@ -12,12 +13,12 @@
 namespace lorekeep {
 namespace {
 
-// The shortest text that reads back as the same double. std::to_chars would do it, but Apple's C++ library has it
-// for floating point only from macOS 13.3 on. %g trims trailing zeros, so the first of precisions 15 to 17 that reads
-// back exactly is the short form. printf follows the C locale, which an application may have set to one with a
-// decimal comma.
+// The shortest text that reads back as the same double. Apple's C++ library has std::to_chars for floating point
+// only from macOS 13.3 on; there, the first of precisions 15 to 17 that reads back exactly is the short form (%g trims
+// trailing zeros). printf follows the C locale, which an application may have set to one with a decimal comma.
 void appendShortest(std::string& out, double value) {
     char text[40];
+#if defined(__APPLE__)
     int length = 0;
     for (int precision = 15; precision <= 17; ++precision) {
         length = std::snprintf(text, sizeof text, "%.*g", precision, value);
@@ -35,6 +36,10 @@ void appendShortest(std::string& out, double value) {
         }
     }
     out.append(text, static_cast<std::size_t>(length));
+#else
+    const auto result = std::to_chars(text, text + sizeof text, value);
+    out.append(text, result.ptr);
+#endif
 }
 
 } // namespace
@@ -133,10 +138,10 @@ void JsonWriter::appendEscaped(std::string_view text) {
     m_out += '"';
     std::size_t plainFrom = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
+        i += json::plainRun(text.data() + i, text.data() + text.size(), m_options.escapeSlashes, false);
+        if (i == text.size())
+            break;
         const auto c = static_cast<unsigned char>(text[i]);
-        const bool needsEscape = c < 0x20 || c == '"' || c == '\\' || (c == '/' && m_options.escapeSlashes);
-        if (!needsEscape)
-            continue;
         m_out.append(text.data() + plainFrom, i - plainFrom);
         plainFrom = i + 1;
         m_out += '\\';

@@ -1,6 +1,7 @@
 #include "index/BackupIndexReader.h"
 
 #include "base/Json.h"
+#include "base/JsonText.h"
 
 #include <charconv>
 #include <clocale>
@@ -200,14 +201,9 @@ public:
         out.clear();
         ++m_next; // the opening quote, already seen by the caller
         for (;;) {
-            const char* run = m_next;
-            while (m_next != m_end) {
-                const auto c = static_cast<unsigned char>(*m_next);
-                if (c == '"' || c == '\\' || c < 0x20 || c >= 0x80)
-                    break;
-                ++m_next;
-            }
-            out.append(run, static_cast<std::size_t>(m_next - run));
+            const std::size_t run = json::plainRun(m_next, m_end, false, true);
+            out.append(m_next, run);
+            m_next += run;
             const int c = peek();
             if (c < 0)
                 syntaxError("the text ends inside a string");

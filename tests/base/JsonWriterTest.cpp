@@ -27,6 +27,22 @@ TEST(JsonWriter, writesCompactTextWithEscapedSlashesAndRawUnicode) {
     EXPECT_EQ(writer.output(), R"({"path":"By Date\/2024\/05\/\"q\"\\\n\u0001 Ünïcode","list":[-3,true,null,{}]})");
 }
 
+TEST(JsonWriter, escapesEveryCharacterThatNeedsItWhereverItFallsInALongString) {
+    // Strings are scanned several bytes at a time: each special character at each position of a long run.
+    for (const char special : {'"', '\\', '/', '\n', '\x1f', '\x7f'}) {
+        for (std::size_t at = 0; at < 20; ++at) {
+            std::string text(24, 'a');
+            text[at] = special;
+            text += "\xC3\xA9"; // non-ASCII bytes stay as they are
+            JsonWriter writer;
+            writer.string(text);
+            EXPECT_EQ(json::parse(writer.output()).get<std::string>(), text) << int(special) << " at " << at;
+            const bool escaped = special != '\x7f';
+            EXPECT_EQ(writer.output().size(), text.size() + 2 + (special == '\x1f' ? 5 : escaped ? 1 : 0));
+        }
+    }
+}
+
 TEST(JsonWriter, writesPrettyTextWithSpacedColonsAndPlainSlashes) {
     JsonWriter writer({.pretty = true, .escapeSlashes = false});
     writer.startObject();

@@ -13,10 +13,9 @@
 namespace lorekeep {
 namespace {
 
-class Walk {
+class TreeWalk {
 public:
-    Walk(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter)
-        : m_library(library), m_entries(entries), m_filter(filter) {}
+    TreeWalk(PhotoLibrary& library, const AlbumFilter& filter) : m_library(library), m_filter(filter) {}
 
     void collections(const std::vector<Collection>& level, const std::string& path) {
         SiblingNames siblings;
@@ -33,20 +32,7 @@ public:
         }
     }
 
-    /// Ends the walk: the fingerprint, and the links unless the fingerprint is `known`.
-    void finish(std::string_view known) {
-        const Sha256::Digest digest = m_hash.finish();
-        result.fingerprint = Sha256::hex(digest.data(), digest.size());
-        result.unchanged = !known.empty() && result.fingerprint == known;
-        if (result.unchanged)
-            return;
-        for (Album& album : m_albums) {
-            m_files.swap(album.files);
-            add(album.folder);
-        }
-    }
-
-    DesiredLinks result;
+    AlbumTree tree;
 
 private:
     void folder(const std::string& id, const std::string& path) {
@@ -58,17 +44,29 @@ private:
         m_open.pop_back();
     }
 
-    /// An album folder and its files: name and path below the destination, in the order met.
-    struct Album {
-        std::string folder;
-        std::vector<std::pair<std::string_view, const std::string*>> files;
-    };
-
     void album(const std::string& id, const std::string& path) {
         const AssetList assets = m_library.fetchAssetsInAlbum(id, FetchOptions{});
+        AlbumTree::Album& album = tree.albums.emplace_back();
+        album.folder = path;
+        album.assets.reserve(assets.count());
+        for (std::size_t i = 0; i < assets.count(); ++i)
+            album.assets.push_back(assets.identifier(i));
+    }
+
+    PhotoLibrary& m_library;
+    const AlbumFilter& m_filter;
+    std::vector<std::string> m_open;
+};
+
+class Walk {
+public:
+    explicit Walk(const IndexLookup& entries) : m_entries(entries) {}
+
+    /// The album's files, into the fingerprint; their links are made at the end, when they are needed at all.
+    void album(const AlbumTree::Album& album) {
         m_files.clear();
-        for (std::size_t i = 0; i < assets.count(); ++i) {
-            const IndexedAsset* entry = m_entries.find(assets.identifier(i));
+        for (const std::string& asset : album.assets) {
+            const IndexedAsset* entry = m_entries.find(asset);
             if (!entry)
                 continue;
             for (const IndexedFile& file : entry->files) {
@@ -77,14 +75,35 @@ private:
                     take(*file.xmpPath);
             }
         }
-        // The links are made once the walk is through, and only when the fingerprint says they may have changed.
-        hash(path);
+        hash(album.folder);
         for (const auto& [name, target] : m_files)
             hash(*target);
         hash("");
-        m_albums.push_back({path, std::move(m_files)});
+        m_albums.push_back({&album.folder, std::move(m_files)});
         m_files = {};
     }
+
+    /// Ends the walk: the fingerprint, and the links unless the fingerprint is `known`.
+    void finish(std::string_view known) {
+        const Sha256::Digest digest = m_hash.finish();
+        result.fingerprint = Sha256::hex(digest.data(), digest.size());
+        result.unchanged = !known.empty() && result.fingerprint == known;
+        if (result.unchanged)
+            return;
+        for (Album& album : m_albums) {
+            m_files.swap(album.files);
+            add(*album.folder);
+        }
+    }
+
+    DesiredLinks result;
+
+private:
+    /// An album folder and its files: name and path below the destination, in the order met.
+    struct Album {
+        const std::string* folder;
+        std::vector<std::pair<std::string_view, const std::string*>> files;
+    };
 
     /// Adds text to the fingerprint, ended so that no two sequences of texts run together the same way.
     void hash(std::string_view text) {
@@ -120,11 +139,8 @@ private:
         }
     }
 
-    PhotoLibrary& m_library;
     /// Albums hold the same assets many times over, in an order unrelated to the index's.
     const IndexLookup& m_entries;
-    const AlbumFilter& m_filter;
-    std::vector<std::string> m_open;
     std::unordered_set<std::string> m_reported;
     /// The files of the album being walked (or whose links are being added): name and path below the destination,
     /// in the order met.
@@ -148,10 +164,21 @@ DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const BackupIndex& ind
 
 DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& entries, const AlbumFilter& filter,
                                    std::string_view known) {
-    Walk walk(library, entries, filter);
-    walk.collections(library.topLevelCollections(), {});
+    return compute(AlbumTree::read(library, filter), entries, known);
+}
+
+DesiredLinks DesiredLinks::compute(const AlbumTree& tree, const IndexLookup& entries, std::string_view known) {
+    Walk walk(entries);
+    for (const AlbumTree::Album& album : tree.albums)
+        walk.album(album);
     walk.finish(known);
     return std::move(walk.result);
+}
+
+AlbumTree AlbumTree::read(PhotoLibrary& library, const AlbumFilter& filter) {
+    TreeWalk walk(library, filter);
+    walk.collections(library.topLevelCollections(), {});
+    return std::move(walk.tree);
 }
 
 std::int64_t DesiredLinks::folderCount(const LinkSet& links) {

@@ -16,6 +16,20 @@ namespace lorekeep {
 /// Album local identifiers that get folders; absent means every album.
 using AlbumFilter = std::optional<std::set<std::string, std::less<>>>;
 
+/// The library's side of the album folders: every album that gets a folder, with the folder's path and the
+/// identifiers of its assets in album order, as a walk through the library's folders and albums met them.
+struct AlbumTree {
+    struct Album {
+        std::string folder;
+        std::vector<std::string> assets;
+    };
+    std::vector<Album> albums;
+
+    /// Walks the library's folders and albums in library order. Titles become cleaned folder names, unique among
+    /// their siblings; an album left out by the filter still takes its name. Library errors are thrown.
+    [[nodiscard]] static AlbumTree read(PhotoLibrary& library, const AlbumFilter& filter);
+};
+
 /// The links the album folders should hold: for every regular user album, in the folder tree of the library, one
 /// link per backed-up file and sidecar of its assets.
 struct DesiredLinks {
@@ -42,6 +56,9 @@ struct DesiredLinks {
                                               const AlbumFilter& filter, std::string_view known = {});
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
                                               const AlbumFilter& filter, std::string_view known);
+    /// The same from a tree read before (which may be read on another thread while the index is still changing).
+    [[nodiscard]] static DesiredLinks compute(const AlbumTree& tree, const IndexLookup& entries,
+                                              std::string_view known = {});
 
     /// The number of distinct album folders that the links lie in.
     [[nodiscard]] static std::int64_t folderCount(const LinkSet& links);

@@ -15,6 +15,7 @@
 #include "run/RunState.h"
 
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <unordered_set>
 
@@ -38,6 +39,13 @@ BackupIndex loadOrEmpty(const std::filesystem::path& root) {
     }
 }
 
+/// The state a run starts from: the index, with the paths of older layouts moved into place, and its totals.
+RunState loadState(const std::filesystem::path& root, Date start) {
+    RunState state(loadOrEmpty(root), start);
+    append(state.warnings, Layout::migrate(state.index, root));
+    return state;
+}
+
 bool isThere(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::exists(std::filesystem::symlink_status(path, error));
@@ -49,8 +57,9 @@ public:
     Run(PhotoLibrary& library, const BackupRunner::Clock& clock, const BackupScope& scope,
         const std::filesystem::path& root, const BackupRunner::ProgressCallback& progress, StopToken stop)
         : m_library(library), m_clock(clock), m_scope(scope), m_root(root), m_progress(progress),
-          m_stop(std::move(stop)), m_watch(root), m_state(loadOrEmpty(root), clock()),
-          m_failedBefore(FailedAssets::load(root)), m_failed(m_failedBefore),
+          m_stop(std::move(stop)), m_watch(root),
+          m_loading(std::async(std::launch::async, [&root, start = clock()] { return loadState(root, start); })),
+          m_state({}, clock()), m_failedBefore(FailedAssets::load(root)), m_failed(m_failedBefore),
           m_albumsOwed(isThere(root / BackupRunner::albumsPendingPath)),
           m_killedBefore(isThere(root / BackupRunner::runActivePath)) {}
 
@@ -74,9 +83,13 @@ private:
     bool albumsNeeded() const;
     /// The links of the album step: for the scope's albums, or all of them; left unmade when their fingerprint is
     /// `known`.
-    DesiredLinks desiredLinks(std::string_view known) const;
+    DesiredLinks desiredLinks(std::string_view known);
+    AlbumFilter albumFilter() const;
     bool changedIndex() const { return m_state.progress.copied > 0 || m_state.progress.removed > 0; }
-    void saveIndex(bool albumsOwed);
+    /// Saves the index, on a thread of its own when `meanwhile` (the album step's walk through the library, which
+    /// only reads the index, goes on in the meantime); waitForSave() then reports how the save went.
+    void saveIndex(bool albumsOwed, bool meanwhile = false);
+    void waitForSave();
 
     bool stopRequested() {
         if (m_stop.stopRequested())
@@ -96,6 +109,9 @@ private:
     StopToken m_stop;
     DestinationWatch m_watch;
 
+    /// The index and what is made from it first, while the run asks the library for its token, the shared-library
+    /// filter and the assets of the scope.
+    std::future<RunState> m_loading;
     RunState m_state;
     std::optional<ChangeToken> m_token;
     SharedFilterState m_filterState;
@@ -104,6 +120,8 @@ private:
     /// Set for an incremental run: what changed since the stored token.
     std::optional<ChangeSet> m_changes;
     AssetList m_work;
+    /// Every asset of the scope, read before the mode was chosen.
+    std::optional<AssetList> m_everything;
     /// For a full rescan: the index's entries by identifier, made at the start of the walk and kept up to date
     /// with the removals; it knows which entries the walk met.
     std::optional<IndexLookup> m_entries;
@@ -122,20 +140,36 @@ private:
     /// An earlier run was killed: its temporary files may be anywhere in "By Date".
     bool m_killedBefore = false;
     std::optional<AlbumResult> m_albums;
+    /// The save of the index under way, while the album step reads the library.
+    std::future<void> m_saving;
+    /// For a full rescan, which always ends with the album step: the library's albums, read while the walk goes
+    /// through the assets.
+    std::future<AlbumTree> m_albumTree;
 };
 
 BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter) {
-    append(m_state.warnings, Layout::migrate(m_state.index, m_root));
     // Taken before any asset is read, so that whatever changes while the run goes on is seen by the next one.
     try {
         m_token = m_library.currentChangeToken();
     } catch (const std::exception&) {
         // Without a token the next run simply does a full rescan.
     }
-    report();
-
     decideFilter(sharedFilter);
+    // What a full rescan walks through. Whether the run is one is known once the index is read, and asking takes
+    // less time than reading a large index: an incremental run loses nothing by the question asked in vain.
+    try {
+        m_everything = ScopeQuery{m_scope}.assets(m_library);
+    } catch (const std::exception&) {
+        // Asked again when a full rescan needs it, and reported then.
+    }
+
+    m_state = m_loading.get();
+    report();
     chooseMode();
+    if (!m_changes) {
+        m_albumTree = std::async(std::launch::async,
+                                 [this, filter = albumFilter()] { return AlbumTree::read(m_library, filter); });
+    }
     clearLeftovers();
     walk();
     if (m_fault != DestinationWatch::Fault::none)
@@ -148,6 +182,7 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
     finishIndex();
     if (!stopRequested())
         updateAlbums();
+    waitForSave();
     std::error_code ignored;
     std::filesystem::remove(m_root / BackupRunner::runActivePath, ignored);
 
@@ -198,8 +233,9 @@ void Run::chooseMode() {
         m_changes->changed.insert(m_failedBefore.identifiers().begin(), m_failedBefore.identifiers().end());
         m_work = query.assets(m_library, {m_changes->changed.begin(), m_changes->changed.end()});
     } else {
-        m_work = query.assets(m_library);
+        m_work = m_everything ? std::move(*m_everything) : query.assets(m_library);
     }
+    m_everything.reset();
     m_state.progress.total = static_cast<std::int64_t>(m_work.count());
 }
 
@@ -335,11 +371,12 @@ void Run::finishIndex() {
         throwFault(error);
     }
     // After a cancelled run the old token shows album changes again, but not the assets this one copied.
-    saveIndex(m_cancelled ? changedIndex() : albumsNeeded());
+    const bool albumStep = !m_cancelled && albumsNeeded();
+    saveIndex(m_cancelled ? changedIndex() : albumStep, albumStep && !stopRequested());
     m_state.lastSave = m_clock();
 }
 
-void Run::saveIndex(bool albumsOwed) {
+void Run::saveIndex(bool albumsOwed, bool meanwhile) {
     // Below an unmounted share is the machine's own disk.
     if (m_watch.gone())
         throw BackupError::destinationLost(m_root.string());
@@ -352,8 +389,23 @@ void Run::saveIndex(bool albumsOwed) {
         std::ofstream(m_root / BackupRunner::albumsPendingPath).close();
         m_albumsOwed = true;
     }
+    if (meanwhile) {
+        // Nothing changes the index until the save has been waited for.
+        m_saving = std::async(std::launch::async, [this] { m_state.index.save(m_root); });
+        return;
+    }
     try {
         m_state.index.save(m_root);
+    } catch (const std::exception& error) {
+        throwFault(error);
+    }
+}
+
+void Run::waitForSave() {
+    if (!m_saving.valid())
+        return;
+    try {
+        m_saving.get();
     } catch (const std::exception& error) {
         throwFault(error);
     }
@@ -371,12 +423,18 @@ void Run::throwFault(const std::exception& error) const {
     throw;
 }
 
-DesiredLinks Run::desiredLinks(std::string_view known) const {
+AlbumFilter Run::albumFilter() const {
     AlbumFilter filter;
     if (m_scope.albumIDs)
         filter.emplace(m_scope.albumIDs->begin(), m_scope.albumIDs->end());
-    return m_entries ? DesiredLinks::compute(m_library, *m_entries, filter, known)
-                     : DesiredLinks::compute(m_library, m_state.index, filter, known);
+    return filter;
+}
+
+DesiredLinks Run::desiredLinks(std::string_view known) {
+    if (m_albumTree.valid() && m_entries)
+        return DesiredLinks::compute(m_albumTree.get(), *m_entries, known);
+    return m_entries ? DesiredLinks::compute(m_library, *m_entries, albumFilter(), known)
+                     : DesiredLinks::compute(m_library, m_state.index, albumFilter(), known);
 }
 
 bool Run::albumsNeeded() const {
@@ -390,20 +448,33 @@ bool Run::albumsNeeded() const {
 void Run::updateAlbums() {
     if (!albumsNeeded())
         return;
+    // The walk through the library goes on while the index is saved; the album step shows, and the folders
+    // change, only once it is.
+    std::optional<AlbumLinker> linker;
+    std::optional<DesiredLinks> desired;
+    try {
+        linker.emplace(m_root);
+        // A full rescan cannot tell from the library's history whether an album changed: the fingerprint of what
+        // the links are made from tells whether the folders already hold them.
+        desired = desiredLinks(linker->fingerprint());
+    } catch (const std::exception& error) {
+        waitForSave();
+        if (m_watch.gone())
+            throw BackupError::destinationLost(m_root.string());
+        m_state.warnings.push_back(std::string("Album folders: ") + error.what());
+        return;
+    }
+    waitForSave();
     m_state.progress.updatingAlbums = true;
     report();
     try {
-        const AlbumLinker linker(m_root);
-        // A full rescan cannot tell from the library's history whether an album changed: the fingerprint of what
-        // the links are made from tells whether the folders already hold them.
-        DesiredLinks desired = desiredLinks(linker.fingerprint());
-        if (desired.unchanged) {
-            append(m_state.warnings, std::move(desired.warnings));
+        if (desired->unchanged) {
+            append(m_state.warnings, std::move(desired->warnings));
             std::error_code ignored;
             std::filesystem::remove(m_root / BackupRunner::albumsPendingPath, ignored);
             return;
         }
-        AlbumResult result = linker.link(std::move(desired), [&](std::int64_t done, std::int64_t total) {
+        AlbumResult result = linker->link(std::move(*desired), [&](std::int64_t done, std::int64_t total) {
             m_state.progress.albumDone = done;
             m_state.progress.albumTotal = total;
             report();

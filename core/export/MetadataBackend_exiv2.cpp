@@ -3,7 +3,9 @@
 // destination can be created for the type, and the exporter writes a sidecar instead.
 #include "export/MetadataBackend.h"
 
+#include "export/ImageIOMetadata.h"
 #include "export/JpegExif.h"
+#include "export/XmpPacket.h"
 
 #include <exiv2/exiv2.hpp>
 
@@ -158,32 +160,6 @@ ImageProperties propertiesOf(const Exiv2::ExifData& exif) {
 
 // ---- writing
 
-// "2024-05-05T12:03:27+02:00" from the EXIF date and offset texts.
-std::string xmpDate(const XmpMetadata::CaptureDate& date) {
-    std::string text = date.dateTimeOriginal;
-    const std::size_t space = text.find(' ');
-    if (space != std::string::npos) {
-        text[space] = 'T';
-        for (std::size_t i = 0, colons = 0; i < space && colons < 2; ++i) {
-            if (text[i] == ':') {
-                text[i] = '-';
-                ++colons;
-            }
-        }
-    }
-    return text + date.offsetTimeOriginal;
-}
-
-// XMP's GPS coordinate form: degrees, then decimal minutes, then the reference ("48,51.34560000N").
-std::string xmpCoordinate(double degrees, const std::string& ref) {
-    constexpr long long perMinute = 100'000'000;
-    const long long total = std::llround(degrees * 60 * perMinute);
-    char text[64];
-    std::snprintf(text, sizeof text, "%lld,%lld.%08lld%s", total / (60 * perMinute),
-                  total % (60 * perMinute) / perMinute, total % perMinute, ref.c_str());
-    return text;
-}
-
 Exiv2::URationalValue exifCoordinate(double degrees) {
     Exiv2::URationalValue value;
     for (const auto& [numerator, denominator] : JpegExif::coordinate(degrees))
@@ -234,11 +210,11 @@ void applyXmp(const XmpMetadata& metadata, Exiv2::XmpData& xmp) {
     if (!metadata.hierarchicalSubjects.empty())
         setBag(xmp, lightroom + "hierarchicalSubject", metadata.hierarchicalSubjects);
     if (metadata.date)
-        setXmp(xmp, "Xmp.exif.DateTimeOriginal", xmpDate(*metadata.date));
+        setXmp(xmp, "Xmp.exif.DateTimeOriginal", imageio::xmpDateTime(*metadata.date));
     if (const auto& gps = metadata.gps) {
         setXmp(xmp, "Xmp.exif.GPSVersionID", "2.2.0.0");
-        setXmp(xmp, "Xmp.exif.GPSLatitude", xmpCoordinate(gps->latitude, gps->latitudeRef));
-        setXmp(xmp, "Xmp.exif.GPSLongitude", xmpCoordinate(gps->longitude, gps->longitudeRef));
+        setXmp(xmp, "Xmp.exif.GPSLatitude", XmpPacket::coordinate(gps->latitude, gps->latitudeRef));
+        setXmp(xmp, "Xmp.exif.GPSLongitude", XmpPacket::coordinate(gps->longitude, gps->longitudeRef));
         if (gps->altitude && gps->altitudeRef) {
             setXmp(xmp, "Xmp.exif.GPSAltitude", exifAltitude(*gps->altitude).toString(0));
             setXmp(xmp, "Xmp.exif.GPSAltitudeRef", std::to_string(*gps->altitudeRef));
@@ -369,11 +345,8 @@ public:
     bool canWrite() const override { return true; }
 
     std::span<const char> withMetadata(const XmpMetadata& metadata) const override {
-        Exiv2::XmpData xmp;
-        applyXmp(metadata, xmp);
-        std::string packet;
-        if (Exiv2::XmpParser::encode(packet, xmp, Exiv2::XmpParser::useCompactFormat) == 0 &&
-            m_jpeg.withMetadata(metadata, packet, m_copy))
+        if (const auto packet = XmpPacket::serialize(metadata, true);
+            packet && m_jpeg.withMetadata(metadata, *packet, m_copy))
             return m_copy;
         m_general = imageOf(m_bytes, {});
         if (!m_general)
@@ -431,6 +404,8 @@ public:
     }
 
     std::optional<std::string> serialize(const XmpMetadata& metadata) const override {
+        if (auto packet = XmpPacket::serialize(metadata, false))
+            return packet;
         try {
             Exiv2::XmpData xmp;
             applyXmp(metadata, xmp);

@@ -12,15 +12,15 @@ namespace {
 const std::string byDatePrefix = std::string(byDate) + "/";
 
 /// Moves one file to its place under "By Date" and rewrites its path; a path that is not safe stays as it is.
-void migratePath(std::string& relative, const std::filesystem::path& root, std::vector<std::string>& warnings) {
+bool migratePath(std::string& relative, const std::filesystem::path& root, std::vector<std::string>& warnings) {
     if (relative.starts_with(byDatePrefix))
-        return;
+        return false;
     const std::string moved = byDatePrefix + relative;
     const auto source = isReserved(relative) ? std::nullopt : SafePath::resolve(root, relative);
     const auto target = source ? SafePath::resolve(root, moved) : std::nullopt;
     if (!source || !target) {
         warnings.push_back(SafePath::skippedWarning(relative));
-        return;
+        return false;
     }
     std::error_code error;
     const auto sourceStatus = std::filesystem::symlink_status(*source, error);
@@ -41,6 +41,7 @@ void migratePath(std::string& relative, const std::filesystem::path& root, std::
         }
     }
     relative = moved;
+    return true;
 }
 
 } // namespace
@@ -55,15 +56,18 @@ bool isReserved(std::string_view relative) {
     return sameText(engineFolder) || sameText(deleted) || sameText(byAlbum) || sameText(writeTest);
 }
 
-std::vector<std::string> migrate(BackupIndex& index, const std::filesystem::path& root) {
+std::vector<std::string> migrate(BackupIndex& index, const std::filesystem::path& root, bool* changed) {
     std::vector<std::string> warnings;
+    bool any = false;
     for (auto& [identifier, asset] : index.assets) {
         for (auto& file : asset.files) {
-            migratePath(file.relativePath, root, warnings);
+            any |= migratePath(file.relativePath, root, warnings);
             if (file.xmpPath)
-                migratePath(*file.xmpPath, root, warnings);
+                any |= migratePath(*file.xmpPath, root, warnings);
         }
     }
+    if (changed)
+        *changed = any;
     return warnings;
 }
 

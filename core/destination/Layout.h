@@ -30,8 +30,10 @@ inline constexpr std::string_view writeTest = ".lorekeep-write-test";
 /// Moves files that older destinations kept directly under the root into "By Date" and rewrites their index
 /// entries, sidecars included. The new path is stored whether or not the file could be moved; a file already at
 /// the new place is never overwritten. Entries already under "By Date/" are left as they are, so this is cheap on
-/// a current destination. Returns a warning for every path left alone because it is unsafe or reserved.
-[[nodiscard]] std::vector<std::string> migrate(BackupIndex& index, const std::filesystem::path& root);
+/// a current destination. Returns a warning for every path left alone because it is unsafe or reserved; `changed`,
+/// when given, tells whether any entry was rewritten.
+[[nodiscard]] std::vector<std::string> migrate(BackupIndex& index, const std::filesystem::path& root,
+                                               bool* changed = nullptr);
 
 } // namespace Layout
 } // namespace lorekeep

@@ -5,10 +5,15 @@
 #include "base/JsonWriter.h"
 #include "index/BackupIndexReader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace lorekeep {
 namespace {
@@ -44,23 +49,8 @@ void writeAsset(JsonWriter& writer, const std::string& id, const IndexedAsset& a
     writer.endObject();
 }
 
-// Writes the stored form, handing the text to `sink` in pieces so that a large index is never held twice.
-template <typename Sink>
-void writeIndex(const BackupIndex& index, Sink&& sink) {
-    JsonWriter writer;
-    writer.startObject();
-    writer.key("version");
-    writer.integer(index.version);
-    writer.key("assets");
-    writer.startObject();
-    for (const auto& [id, asset] : index.assets) {
-        writeAsset(writer, id, asset);
-        if (writer.output().size() >= flushThreshold) {
-            sink(writer.output());
-            writer.output().clear();
-        }
-    }
-    writer.endObject();
+// The members after "assets", and the end of the root object.
+void writeRootTail(JsonWriter& writer, const BackupIndex& index) {
     const auto writeDate = [&](const char* key, const std::optional<Date>& date) {
         if (date) {
             writer.key(key);
@@ -78,6 +68,26 @@ void writeIndex(const BackupIndex& index, Sink&& sink) {
     writeText("scopeKey", index.scopeKey);
     writeDate("lastVerified", index.lastVerified);
     writer.endObject();
+}
+
+// Writes the stored form, handing the text to `sink` in pieces so that a large index is never held twice.
+template <typename Sink>
+void writeIndex(const BackupIndex& index, Sink&& sink) {
+    JsonWriter writer;
+    writer.startObject();
+    writer.key("version");
+    writer.integer(index.version);
+    writer.key("assets");
+    writer.startObject();
+    for (const auto& [id, asset] : index.assets) {
+        writeAsset(writer, id, asset);
+        if (writer.output().size() >= flushThreshold) {
+            sink(writer.output());
+            writer.output().clear();
+        }
+    }
+    writer.endObject();
+    writeRootTail(writer, index);
     sink(writer.output());
 }
 
@@ -88,14 +98,79 @@ std::filesystem::path BackupIndex::location(const std::filesystem::path& root) {
 }
 
 BackupIndex BackupIndex::load(const std::filesystem::path& root) {
+    std::optional<StoredFile> ignored;
+    return load(root, ignored);
+}
+
+namespace {
+
+BackupIndex::StoredFile describe(int descriptor, std::size_t assetsEnd) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0)
+        return {};
+#if defined(__APPLE__)
+    const auto modified =
+        static_cast<std::int64_t>(status.st_mtimespec.tv_sec) * 1'000'000'000 + status.st_mtimespec.tv_nsec;
+#else
+    const auto modified = static_cast<std::int64_t>(status.st_mtim.tv_sec) * 1'000'000'000 + status.st_mtim.tv_nsec;
+#endif
+    return {assetsEnd, static_cast<std::uintmax_t>(status.st_size), modified,
+            static_cast<std::uint64_t>(status.st_ino)};
+}
+
+} // namespace
+
+BackupIndex BackupIndex::load(const std::filesystem::path& root, std::optional<StoredFile>& stored) {
+    stored.reset();
     const std::filesystem::path path = location(root);
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
     if (!file)
         throw std::system_error(errno, std::generic_category(), "cannot open " + path.string());
-    BackupIndex index = readBackupIndex(file.get());
+    std::optional<std::size_t> assetsEnd;
+    BackupIndex index = readBackupIndex(file.get(), assetsEnd);
     if (std::ferror(file.get()))
         throw std::system_error(EIO, std::generic_category(), "cannot read " + path.string());
+    if (assetsEnd)
+        stored = describe(::fileno(file.get()), *assetsEnd);
     return index;
+}
+
+bool BackupIndex::saveKeepingAssets(const std::filesystem::path& root, const StoredFile& stored) const {
+    const std::filesystem::path path = location(root);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    struct Closer {
+        int descriptor;
+        ~Closer() { ::close(descriptor); }
+    } closer{descriptor};
+    const StoredFile now = describe(descriptor, stored.assetsEnd);
+    if (now.size != stored.size || now.modified != stored.modified || now.inode != stored.inode ||
+        stored.assetsEnd == 0 || stored.assetsEnd > stored.size)
+        return false;
+
+    AtomicFile file(path);
+    std::string buffer(1 << 20, '\0');
+    for (std::size_t copied = 0; copied < stored.assetsEnd;) {
+        const std::size_t wanted = std::min(buffer.size(), stored.assetsEnd - copied);
+        const ssize_t got = ::pread(descriptor, buffer.data(), wanted, static_cast<off_t>(copied));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            throw std::system_error(got < 0 ? errno : EIO, std::generic_category(), "cannot read " + path.string());
+        file.write(std::string_view(buffer.data(), static_cast<std::size_t>(got)));
+        copied += static_cast<std::size_t>(got);
+    }
+    // The writer's state after the assets: in the root object, past its first members.
+    JsonWriter writer;
+    writer.startObject();
+    writer.key("version");
+    writer.integer(version);
+    writer.output().clear();
+    writeRootTail(writer, *this);
+    file.write(writer.output());
+    file.commit();
+    return true;
 }
 
 void BackupIndex::save(const std::filesystem::path& root) const {

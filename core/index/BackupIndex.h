@@ -60,6 +60,21 @@ struct BackupIndex {
     /// Writes the index atomically, creating ".lorekeep" when missing. Errors are thrown to the caller.
     void save(const std::filesystem::path& root) const;
 
+    /// The file an index was loaded from, as far as a later save can keep its assets as they are.
+    struct StoredFile {
+        /// Just past the "assets" object, which the file starts with after the version.
+        std::size_t assetsEnd = 0;
+        std::uintmax_t size = 0;
+        std::int64_t modified = 0;
+        std::uint64_t inode = 0;
+    };
+    /// load(), also describing the file when its assets can be kept by saveKeepingAssets().
+    [[nodiscard]] static BackupIndex load(const std::filesystem::path& root, std::optional<StoredFile>& stored);
+    /// Saves an index whose version and assets are still those of the file it was loaded from: that file's text
+    /// up to the end of its assets is copied, and only the rest is written, which spares writing out a large index
+    /// that did not change. False, with nothing written, when the file is not the one described any more.
+    bool saveKeepingAssets(const std::filesystem::path& root, const StoredFile& stored) const;
+
     [[nodiscard]] static BackupIndex fromJson(std::string_view text);
     /// The stored form: compact, keys in a fixed order, absent values left out, "/" escaped.
     [[nodiscard]] std::string toJson() const;

@@ -456,6 +456,9 @@ class IndexReader {
 public:
     IndexReader(Input& input, BackupIndex& index) : m_in(input), m_index(index) {}
 
+    /// Where the "assets" object ended, when "version" and "assets" were the root's first two members.
+    std::optional<std::size_t> assetsEnd;
+
     void read() {
         const int c = m_in.skipSpace();
         if (c != '{') {
@@ -464,8 +467,10 @@ public:
             fail("the index is not a JSON object");
         }
         bool hasVersion = false, hasAssets = false;
+        int member = 0;
         members([&] {
             const Field key = rootKey(m_key);
+            ++member;
             switch (key) {
             case Field::version:
                 m_index.version = integer(key);
@@ -473,6 +478,8 @@ public:
                 return;
             case Field::assets:
                 assets();
+                if (member == 2 && hasVersion && !hasAssets)
+                    assetsEnd = m_in.offset();
                 hasAssets = true;
                 return;
             case Field::lastSuccessfulRun:
@@ -719,11 +726,14 @@ private:
     std::string m_scratch;
 };
 
-BackupIndex read(Input& input) {
+BackupIndex read(Input& input, std::optional<std::size_t>* assetsEnd = nullptr) {
     BackupIndex index;
     index.version = 0;
     try {
-        IndexReader(input, index).read();
+        IndexReader reader(input, index);
+        reader.read();
+        if (assetsEnd)
+            *assetsEnd = reader.assetsEnd;
     } catch (const SyntaxError& error) {
         throw JsonError("the backup index is not valid JSON: " + json::syntaxError(error.offset, error.message));
     } catch (const DecodeError& error) {
@@ -737,6 +747,11 @@ BackupIndex read(Input& input) {
 BackupIndex readBackupIndex(std::FILE* file) {
     Input input(file);
     return read(input);
+}
+
+BackupIndex readBackupIndex(std::FILE* file, std::optional<std::size_t>& assetsEnd) {
+    Input input(file);
+    return read(input, &assetsEnd);
 }
 
 BackupIndex readBackupIndex(std::string_view text) {

@@ -18,6 +18,7 @@
 #include <future>
 #include <iterator>
 #include <unordered_set>
+#include <utility>
 
 namespace lorekeep {
 namespace {
@@ -31,19 +32,32 @@ void append(std::vector<std::string>& lines, std::vector<std::string> more) {
 
 /// A missing or damaged index is no reason to stop: the run starts over from an empty one and exports everything
 /// again, which rewrites files in place.
-BackupIndex loadOrEmpty(const std::filesystem::path& root) {
+BackupIndex loadOrEmpty(const std::filesystem::path& root, std::optional<BackupIndex::StoredFile>& stored) {
     try {
-        return BackupIndex::load(root);
+        return BackupIndex::load(root, stored);
     } catch (const std::exception&) {
+        stored.reset();
         return {};
     }
 }
 
 /// The state a run starts from: the index, with the paths of older layouts moved into place, and its totals.
 RunState loadState(const std::filesystem::path& root, Date start) {
-    RunState state(loadOrEmpty(root), start);
-    append(state.warnings, Layout::migrate(state.index, root));
+    std::optional<BackupIndex::StoredFile> stored;
+    RunState state(loadOrEmpty(root, stored), start);
+    bool migrated = false;
+    append(state.warnings, Layout::migrate(state.index, root, &migrated));
+    if (!migrated)
+        state.stored = stored;
     return state;
+}
+
+/// Saves the index. A run that changed no entry (the common run: nothing happened in the library) writes only what
+/// follows the assets, when the file it loaded is still there as it was.
+void writeIndex(const BackupIndex& index, const std::filesystem::path& root,
+                const std::optional<BackupIndex::StoredFile>& stored) {
+    if (!(stored && index.saveKeepingAssets(root, *stored)))
+        index.save(root);
 }
 
 bool isThere(const std::filesystem::path& path) {
@@ -391,11 +405,13 @@ void Run::saveIndex(bool albumsOwed, bool meanwhile) {
     }
     if (meanwhile) {
         // Nothing changes the index until the save has been waited for.
-        m_saving = std::async(std::launch::async, [this] { m_state.index.save(m_root); });
+        m_saving = std::async(std::launch::async, [this, stored = std::exchange(m_state.stored, std::nullopt)] {
+            writeIndex(m_state.index, m_root, stored);
+        });
         return;
     }
     try {
-        m_state.index.save(m_root);
+        writeIndex(m_state.index, m_root, std::exchange(m_state.stored, std::nullopt));
     } catch (const std::exception& error) {
         throwFault(error);
     }

@@ -26,6 +26,7 @@ RunState::RunState(BackupIndex loaded, Date start) : index(std::move(loaded)), l
 }
 
 void RunState::record(const std::string& localIdentifier, IndexedAsset entry) {
+    stored.reset();
     if (const IndexedAsset* old = index.find(localIdentifier)) {
         progress.filesBackedUp -= filesOf(*old);
         progress.bytesBackedUp -= bytesOf(*old);
@@ -38,6 +39,7 @@ void RunState::record(const std::string& localIdentifier, IndexedAsset entry) {
 }
 
 std::optional<IndexedAsset> RunState::drop(const std::string& localIdentifier) {
+    stored.reset();
     const auto found = index.assets.find(localIdentifier);
     if (found == index.assets.end())
         return std::nullopt;

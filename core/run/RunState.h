@@ -4,6 +4,7 @@
 #include "index/BackupIndex.h"
 #include "run/BackupProgress.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct RunState {
     std::vector<std::string> warnings;
     /// When the index was last written.
     Date lastSave;
+    /// The index file as it was loaded, while the index's assets are still the ones it holds.
+    std::optional<BackupIndex::StoredFile> stored;
 
     /// Zeroed counters except the backed-up totals, which are counted from the index.
     RunState(BackupIndex index, Date start);

@@ -150,6 +150,37 @@ TEST(BackupIndex, refusesIndexesThatLackRequiredKeysOrHaveWrongTypes) {
         EXPECT_THROW((void)BackupIndex::fromJson(text), JsonError) << text;
 }
 
+TEST(BackupIndex, aSaveKeepingTheAssetsWritesWhatAFullSaveWould) {
+    test::TempDir destination;
+    BackupIndex index = sampleIndex();
+    index.save(destination.path());
+    std::optional<BackupIndex::StoredFile> stored;
+    BackupIndex loaded = BackupIndex::load(destination.path(), stored);
+    ASSERT_TRUE(stored.has_value());
+
+    loaded.lastSuccessfulRun = Date::fromReferenceSeconds(760000000.25);
+    loaded.changeToken = "bmV3";
+    loaded.scopeKey.reset();
+    loaded.lastVerified = Date::fromReferenceSeconds(1);
+    ASSERT_TRUE(loaded.saveKeepingAssets(destination.path(), *stored));
+    EXPECT_EQ(test::readFile(BackupIndex::location(destination.path())), loaded.toJson());
+    EXPECT_EQ(BackupIndex::load(destination.path()), loaded);
+
+    // The file is not the one loaded any more: nothing is written.
+    const std::string current = test::readFile(BackupIndex::location(destination.path()));
+    loaded.changeToken = "b3RoZXI=";
+    EXPECT_FALSE(loaded.saveKeepingAssets(destination.path(), *stored));
+    EXPECT_EQ(test::readFile(BackupIndex::location(destination.path())), current);
+
+    // Files that do not start with the version and the assets are saved whole.
+    for (const char* text :
+         {R"({"assets":{},"version":2})", R"({"x":1,"version":2,"assets":{}})", R"({"version":2,"x":1,"assets":{}})"}) {
+        test::writeFile(BackupIndex::location(destination.path()), text);
+        (void)BackupIndex::load(destination.path(), stored);
+        EXPECT_FALSE(stored.has_value()) << text;
+    }
+}
+
 TEST(BackupIndex, loadReportsAMissingFile) {
     test::TempDir destination;
     EXPECT_THROW((void)BackupIndex::load(destination.path()), std::system_error);

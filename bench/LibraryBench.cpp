@@ -242,6 +242,8 @@ int Bench::run() {
     BackupIndex index = BackupIndex::load(m_destination);
     index.changeToken.reset();
     index.save(m_destination);
+    // The benchmark's own write of the index is not part of the measurement: it reaches the disk first.
+    std::system("sync");
     const ChildRun rescan = backup("no-change full rescan", false, 0);
     addRow({"no change, full rescan", rescan.seconds, "find -type f stat", stat, false, rescan.peakRssMiB, "<= 1.5x",
             rescan.seconds <= rescanTarget * stat});

@@ -167,10 +167,12 @@ DesiredLinks DesiredLinks::compute(PhotoLibrary& library, const IndexLookup& ent
     return compute(AlbumTree::read(library, filter), entries, known);
 }
 
-DesiredLinks DesiredLinks::compute(const AlbumTree& tree, const IndexLookup& entries, std::string_view known) {
+DesiredLinks DesiredLinks::compute(AlbumTree tree, const IndexLookup& entries, std::string_view known) {
     Walk walk(entries);
-    for (const AlbumTree::Album& album : tree.albums)
+    for (AlbumTree::Album& album : tree.albums) {
         walk.album(album);
+        std::vector<std::string>().swap(album.assets);
+    }
     walk.finish(known);
     return std::move(walk.result);
 }

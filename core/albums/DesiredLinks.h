@@ -56,9 +56,9 @@ struct DesiredLinks {
                                               const AlbumFilter& filter, std::string_view known = {});
     [[nodiscard]] static DesiredLinks compute(PhotoLibrary& library, const BackupIndex& index,
                                               const AlbumFilter& filter, std::string_view known);
-    /// The same from a tree read before (which may be read on another thread while the index is still changing).
-    [[nodiscard]] static DesiredLinks compute(const AlbumTree& tree, const IndexLookup& entries,
-                                              std::string_view known = {});
+    /// The same from a tree read before (which may be read on another thread while the index is still changing),
+    /// given up album by album as the walk goes.
+    [[nodiscard]] static DesiredLinks compute(AlbumTree tree, const IndexLookup& entries, std::string_view known = {});
 
     /// The number of distinct album folders that the links lie in.
     [[nodiscard]] static std::int64_t folderCount(const LinkSet& links);

@@ -180,7 +180,8 @@ BackupSummary Run::perform(const BackupRunner::SharedFilterSource& sharedFilter)
     m_state = m_loading.get();
     report();
     chooseMode();
-    if (!m_changes) {
+    // Not for a first backup, whose walk copies everything: the tree would only take room the whole time.
+    if (!m_changes && !m_state.index.assets.empty()) {
         m_albumTree = std::async(std::launch::async,
                                  [this, filter = albumFilter()] { return AlbumTree::read(m_library, filter); });
     }

@@ -342,6 +342,9 @@ bool JpegExif::addGps(const XmpMetadata::Position& gps, std::vector<char>& out, 
     // IFD0 again, with the GPS pointer among its entries in tag order; its values stay where they are.
     const std::size_t ifd0 = m_tiffSize + added.size();
     const std::uint32_t count = u16(m_ifd0);
+    // The old directory's pointer to the next one is copied too: it must be there.
+    if (m_ifd0 + 2 + 12ull * count + 4 > m_tiffSize)
+        return false;
     const std::size_t gpsDirectory = ifd0 + 2 + 12 * (count + 1) + 4;
     put16(count + 1);
     bool placed = false;

@@ -329,9 +329,9 @@ std::unique_ptr<Exiv2ImageSource> imageOf(std::span<const char> bytes, std::vect
     return std::make_unique<Exiv2ImageSource>(std::move(owned), std::move(image), std::move(identifier));
 }
 
-/// A plain JPEG, read and copied without Exiv2's parsing and encoding of the whole EXIF block, which costs more
-/// than everything else done for a photo: only the XMP packet is made by Exiv2. When the EXIF values cannot be
-/// set in place, Exiv2 makes the copy after all.
+/// A plain JPEG, read and copied without Exiv2, whose parsing and encoding of the whole EXIF block cost more than
+/// everything else done for a photo: the EXIF values are set in place and the XMP document goes into a segment of
+/// its own. When that cannot be done, Exiv2 makes the copy after all.
 class JpegImageSource final : public MetadataBackend::ImageSource {
 public:
     JpegImageSource(std::vector<char> owned, std::span<const char> bytes, JpegExif jpeg)

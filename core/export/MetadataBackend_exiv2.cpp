@@ -9,8 +9,6 @@
 
 #include <exiv2/exiv2.hpp>
 
-#include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <mutex>
 #include <span>

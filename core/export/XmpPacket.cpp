@@ -1,5 +1,6 @@
 #include "export/XmpPacket.h"
 
+#include "base/Utf8.h"
 #include "export/ImageIOMetadata.h"
 #include "export/JpegExif.h"
 
@@ -25,29 +26,18 @@ bool carriable(std::string_view text) {
             ++i;
             continue;
         }
-        int length = 0;
-        unsigned low = 0x80, high = 0xBF;
-        if (c >= 0xC2 && c <= 0xDF) {
-            length = 1;
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            length = 2;
-            low = c == 0xE0 ? 0xA0 : 0x80;
-            high = c == 0xED ? 0x9F : 0xBF;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            length = 3;
-            low = c == 0xF0 ? 0x90 : 0x80;
-            high = c == 0xF4 ? 0x8F : 0xBF;
-        } else {
+        const std::optional<Utf8Lead> form = utf8Lead(c);
+        if (!form)
             return false;
-        }
-        if (i + static_cast<std::size_t>(length) >= text.size())
+        const auto length = static_cast<std::size_t>(form->continuations);
+        if (i + length >= text.size())
             return false;
-        for (int k = 1; k <= length; ++k) {
-            const auto next = static_cast<unsigned char>(text[i + static_cast<std::size_t>(k)]);
-            if (next < (k == 1 ? low : 0x80) || next > (k == 1 ? high : 0xBF))
+        for (std::size_t k = 1; k <= length; ++k) {
+            const auto next = static_cast<unsigned char>(text[i + k]);
+            if (next < (k == 1 ? form->low : 0x80) || next > (k == 1 ? form->high : 0xBF))
                 return false;
         }
-        i += static_cast<std::size_t>(length) + 1;
+        i += length + 1;
     }
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include "base/Json.h"
 #include "base/JsonText.h"
+#include "base/Utf8.h"
 
 #include <charconv>
 #include <clocale>
@@ -412,29 +413,13 @@ private:
     // One character of two to four bytes, checked to be well-formed UTF-8 (shortest form, no surrogates).
     void multibyte(std::string& out) {
         const int lead = take();
-        int count = 0;
-        int low = 0x80, high = 0xBF; // the range of the second byte
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            count = 1;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            count = 2;
-            if (lead == 0xE0)
-                low = 0xA0;
-            else if (lead == 0xED)
-                high = 0x9F;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            count = 3;
-            if (lead == 0xF0)
-                low = 0x90;
-            else if (lead == 0xF4)
-                high = 0x8F;
-        } else {
+        const std::optional<Utf8Lead> form = utf8Lead(static_cast<unsigned>(lead));
+        if (!form)
             syntaxError("invalid UTF-8 in a string");
-        }
         out += static_cast<char>(lead);
-        for (int i = 0; i < count; ++i) {
+        for (int i = 0; i < form->continuations; ++i) {
             const int c = take();
-            if (c < (i == 0 ? low : 0x80) || c > (i == 0 ? high : 0xBF))
+            if (c < static_cast<int>(i == 0 ? form->low : 0x80) || c > static_cast<int>(i == 0 ? form->high : 0xBF))
                 syntaxError("invalid UTF-8 in a string");
             out += static_cast<char>(c);
         }

@@ -65,7 +65,12 @@ FileDigest sha256(std::span<const char> bytes) {
 }
 
 FileDigest writeHashed(const std::filesystem::path& path, std::span<const char> bytes) {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    // Made anew: whatever is left under the name (a file of an export that died, or a link someone put there)
+    // is removed rather than written through.
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    int fd = ::open(path.c_str(), flags, 0666);
+    if (fd < 0 && errno == EEXIST && ::unlink(path.c_str()) == 0)
+        fd = ::open(path.c_str(), flags, 0666);
     if (fd < 0)
         throw std::system_error(errno, std::generic_category(), "cannot create " + path.string());
     Descriptor closer{fd};

@@ -25,7 +25,7 @@ namespace FileHash {
 /// The digest of bytes held in memory.
 [[nodiscard]] FileDigest sha256(std::span<const char> bytes);
 
-/// Writes `bytes` to a new file at `path` (truncating one that is there) and returns their digest, hashed a chunk
+/// Writes `bytes` to a new file at `path` (one that is there is removed first) and returns their digest, hashed a chunk
 /// at a time as it is written, so that the bytes are gone through once. Not forced to disk. Throws
 /// std::system_error when the file cannot be created or written; a partly written file is left for the caller.
 [[nodiscard]] FileDigest writeHashed(const std::filesystem::path& path, std::span<const char> bytes);

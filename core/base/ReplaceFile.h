@@ -11,4 +11,12 @@ namespace lorekeep {
 /// reach the disk at the system's pace). Elsewhere it is a plain rename. Errors throw std::filesystem_error.
 void replaceFile(const std::filesystem::path& replacement, const std::filesystem::path& original);
 
+/// Where a file moved into place went.
+enum class Placement { free, replaced };
+
+/// Moves `from` to `to` in one step, as rename() does, replacing what is there, and tells whether anything was.
+/// Where the file system can be told not to replace, the move itself finds that out, so that a free place costs
+/// nothing more than the move; elsewhere `to` is looked at first. Errors throw std::filesystem_error.
+Placement moveIntoPlace(const std::filesystem::path& from, const std::filesystem::path& to);
+
 } // namespace lorekeep

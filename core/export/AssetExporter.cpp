@@ -1,6 +1,7 @@
 #include "export/AssetExporter.h"
 
 #include "base/FileHash.h"
+#include "base/ReplaceFile.h"
 #include "library/PhotoLibrary.h"
 
 #include <algorithm>
@@ -15,6 +16,11 @@ namespace fs = std::filesystem;
 void removeQuietly(const fs::path& path) {
     std::error_code ignored;
     fs::remove(path, ignored);
+}
+
+std::string parentOf(const std::string& relativePath) {
+    const std::size_t slash = relativePath.rfind('/');
+    return slash == std::string::npos ? std::string() : relativePath.substr(0, slash);
 }
 
 std::string lowerCaseExtension(const std::string& relativePath) {
@@ -35,32 +41,26 @@ std::string AssetExporter::sidecarRelativePath(const std::string& relativePath) 
     return fs::path(relativePath).replace_extension("xmp").generic_string();
 }
 
-ExportResult AssetExporter::exportFile(const PlannedFile& file, const AssetMeta& meta) const {
+ExportResult AssetExporter::exportFile(const PlannedFile& file, const AssetMeta& meta, Placed* placed) const {
     ExportDraft draft{.file = file, .start = Date::now()};
-    run(draft, meta);
+    Placed unasked;
+    run(draft, meta, placed ? *placed : unasked);
     return draft.finish();
 }
 
-void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta) const {
+void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta, Placed& placed) const {
     const fs::path target = m_root / fs::path(draft.file.relativePath);
     fs::path partial = target;
     partial += ".partial";
     try {
-        std::error_code error;
-        fs::create_directories(target.parent_path(), error);
-        if (error) {
-            removeQuietly(partial);
-            throw std::system_error(error, "cannot create folder " + target.parent_path().string());
-        }
-        // Left over from an export that died midway.
-        removeQuietly(partial);
+        makeFolders(draft.file.relativePath, placed);
         std::optional<std::vector<char>> bytes;
         if (!fetch(draft, partial, bytes))
             return;
         if (bytes)
-            completeInMemory(draft, meta, *bytes, partial, target);
+            completeInMemory(draft, meta, *bytes, partial, target, placed);
         else
-            complete(draft, meta, partial, target);
+            complete(draft, meta, partial, target, placed);
     } catch (const std::exception& error) {
         removeQuietly(partial);
         draft.error = error.what();
@@ -70,12 +70,35 @@ void AssetExporter::run(ExportDraft& draft, const AssetMeta& meta) const {
     }
 }
 
+void AssetExporter::makeFolders(const std::string& relativePath, Placed& placed) const {
+    std::vector<std::string> missing;
+    std::error_code error;
+    std::string folder = parentOf(relativePath);
+    for (; !folder.empty(); folder = parentOf(folder)) {
+        if (fs::is_directory(m_root / fs::path(folder), error))
+            break;
+        missing.push_back(folder);
+    }
+    // The root itself is not the asset's to take back.
+    if (folder.empty() && !missing.empty() && !fs::create_directories(m_root, error) && error)
+        throw std::system_error(error, "cannot create folder " + m_root.string());
+    for (auto made = missing.rbegin(); made != missing.rend(); ++made) {
+        if (fs::create_directory(m_root / fs::path(*made), error))
+            placed.folders.push_back(*made);
+        else if (error)
+            throw std::system_error(error, "cannot create folder " + (m_root / fs::path(missing.front())).string());
+    }
+}
+
 bool AssetExporter::fetch(ExportDraft& draft, const fs::path& partial, std::optional<std::vector<char>>& bytes) const {
     const AssetResource& resource = draft.file.resource;
     try {
         bytes = m_library->readResource(resource, inMemoryLimit);
-        if (!bytes)
+        if (!bytes) {
+            // Left over from an export that died midway. (Bytes in memory are written to a file made anew.)
+            removeQuietly(partial);
             m_library->writeResource(resource, partial, false);
+        }
         return true;
     } catch (const std::exception&) {
         // Whatever kept the local write from working, the network write is the next try; a file fetched that
@@ -118,7 +141,7 @@ AssetExporter::MetadataPlacement AssetExporter::placement(const ExportDraft& dra
 }
 
 void AssetExporter::completeInMemory(ExportDraft& draft, const AssetMeta& meta, const std::vector<char>& bytes,
-                                     const fs::path& partial, const fs::path& target) const {
+                                     const fs::path& partial, const fs::path& target, Placed& placed) const {
     const MetadataPlacement where = placement(draft);
     // The image is read once, for the embedding and for the properties a sidecar leaves out when the file agrees.
     std::unique_ptr<MetadataBackend::ImageSource> image;
@@ -149,17 +172,16 @@ void AssetExporter::completeInMemory(ExportDraft& draft, const AssetMeta& meta, 
     }
     draft.sha256 = written.sha256;
     draft.bytes = written.bytes;
-    moveIntoPlace(partial, target);
+    moveIntoPlace(partial, target, placed);
 
     if (where != MetadataPlacement::none && !embedded) {
-        draft.metadataFields = m_writer.writeSidecar(meta, target, image ? image->properties() : ImageProperties{});
-        draft.metadata = MetadataMode::xmpSidecar;
-        draft.xmpPath = sidecarRelativePath(draft.file.relativePath);
+        const ImageProperties properties = image ? image->properties() : ImageProperties{};
+        writeSidecar(draft, meta, target, &properties, placed);
     }
 }
 
 void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs::path& partial,
-                             const fs::path& target) const {
+                             const fs::path& target, Placed& placed) const {
     const FileDigest source = FileHash::sha256(partial);
     draft.sourceSha256 = source.sha256;
 
@@ -185,21 +207,31 @@ void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs
     const FileDigest written = embedded ? FileHash::sha256(partial) : source;
     draft.sha256 = written.sha256;
     draft.bytes = written.bytes;
-    moveIntoPlace(partial, target);
+    moveIntoPlace(partial, target, placed);
 
-    if (needsSidecar) {
-        draft.metadataFields = m_writer.writeSidecar(meta, target);
-        draft.metadata = MetadataMode::xmpSidecar;
-        draft.xmpPath = sidecarRelativePath(draft.file.relativePath);
+    if (needsSidecar)
+        writeSidecar(draft, meta, target, nullptr, placed);
+}
+
+void AssetExporter::moveIntoPlace(const fs::path& partial, const fs::path& target, Placed& placed) {
+    // A file already at the target is replaced in one step, so the target never goes missing in between.
+    try {
+        placed.file = lorekeep::moveIntoPlace(partial, target) == Placement::free;
+    } catch (const fs::filesystem_error& error) {
+        throw std::system_error(error.code(), "cannot move into place " + target.string());
     }
 }
 
-void AssetExporter::moveIntoPlace(const fs::path& partial, const fs::path& target) {
-    // rename() replaces a file already at the target in one step, so the target never goes missing in between.
-    std::error_code error;
-    fs::rename(partial, target, error);
-    if (error)
-        throw std::system_error(error, "cannot move into place " + target.string());
+void AssetExporter::writeSidecar(ExportDraft& draft, const AssetMeta& meta, const fs::path& target,
+                                 const ImageProperties* properties, Placed& placed) const {
+    const std::string relativePath = sidecarRelativePath(draft.file.relativePath);
+    std::error_code ignored;
+    const bool free = fs::symlink_status(m_root / fs::path(relativePath), ignored).type() == fs::file_type::not_found;
+    draft.metadataFields =
+        properties ? m_writer.writeSidecar(meta, target, *properties) : m_writer.writeSidecar(meta, target);
+    placed.sidecar = placed.sidecar || free;
+    draft.metadata = MetadataMode::xmpSidecar;
+    draft.xmpPath = relativePath;
 }
 
 } // namespace lorekeep

@@ -79,10 +79,12 @@ AssetStep::Outcome AssetStep::copy(const Asset& asset, RunState& state) const {
         return Outcome::failed;
     }
 
-    const AssetAttempt attempt(m_root, plan.files);
+    AssetAttempt attempt(m_root);
     IndexedAsset next{.modificationDate = asset.modificationDate};
     for (const PlannedFile& file : plan.files) {
-        const ExportResult result = m_exporter.exportFile(file, meta);
+        AssetExporter::Placed placed;
+        const ExportResult result = m_exporter.exportFile(file, meta, &placed);
+        attempt.note(file, placed);
         if (result.sha256 && !result.error) {
             next.files.push_back({.role = result.role,
                                   .relativePath = result.relativePath,

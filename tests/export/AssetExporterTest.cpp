@@ -63,9 +63,9 @@ protected:
         throw std::logic_error("no file of that role");
     }
 
-    ExportResult exportFile(const PlannedFile& file) {
+    ExportResult exportFile(const PlannedFile& file, AssetExporter::Placed* placed = nullptr) {
         const AssetMeta meta = AssetMeta::make(m_library, file.asset, m_library.resources(file.asset));
-        return m_exporter.exportFile(file, meta);
+        return m_exporter.exportFile(file, meta, placed);
     }
 
     fs::path destination(const std::string& relativePath) const { return m_dir / "backup" / relativePath; }
@@ -217,6 +217,24 @@ TEST_P(AssetExporterTest, failsWhenTheFolderCannotBeCreated) {
     EXPECT_TRUE(m_library.writes().empty());
 }
 
+TEST_P(AssetExporterTest, tellsWhatItPutWhereNothingWas) {
+    const PlannedFile file =
+        add(FakePhotoLibrary::video("v"),
+            {{.type = ResourceType::video, .originalFilename = "a.mov", .bytes = "movie"}}, FileRole::original);
+    AssetExporter::Placed first;
+    ASSERT_TRUE(exportFile(file, &first).succeeded());
+    const std::string month = fs::path(file.relativePath).parent_path().generic_string();
+    EXPECT_EQ(first.folders, (std::vector<std::string>{"By Date", fs::path(month).parent_path().string(), month}));
+    EXPECT_TRUE(first.file);
+    EXPECT_TRUE(first.sidecar);
+
+    AssetExporter::Placed again;
+    ASSERT_TRUE(exportFile(file, &again).succeeded());
+    EXPECT_TRUE(again.folders.empty());
+    EXPECT_FALSE(again.file);
+    EXPECT_FALSE(again.sidecar);
+}
+
 TEST_P(AssetExporterTest, replacesAnExistingFileAndALeftoverPartialOne) {
     const PlannedFile file =
         add(FakePhotoLibrary::video("v"),
@@ -227,6 +245,14 @@ TEST_P(AssetExporterTest, replacesAnExistingFileAndALeftoverPartialOne) {
     ASSERT_TRUE(result.succeeded()) << *result.error;
     EXPECT_EQ(readFile(destination(file.relativePath)), "new movie");
     EXPECT_EQ(destinationFiles(), (std::set<std::string>{file.relativePath, *result.xmpPath}));
+
+    // A link left under the partial name is replaced, not written through.
+    writeFile(m_dir / "elsewhere", "not ours");
+    fs::create_symlink(m_dir / "elsewhere", destination(file.relativePath + ".partial"));
+    ASSERT_TRUE(exportFile(file).succeeded());
+    EXPECT_EQ(readFile(m_dir / "elsewhere"), "not ours");
+    EXPECT_EQ(readFile(destination(file.relativePath)), "new movie");
+    EXPECT_FALSE(fs::exists(fs::symlink_status(destination(file.relativePath + ".partial"))));
 }
 
 TEST_P(AssetExporterTest, aSidecarThatCannotBeWrittenIsAnErrorAfterTheFileIsInPlace) {

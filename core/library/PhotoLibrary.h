@@ -150,6 +150,9 @@ public:
 
     /// The stored resources of an asset, in the library's order.
     virtual std::vector<AssetResource> resources(const Asset& asset) = 0;
+    /// Tells the library that the resources of these assets are about to be listed and read, in this order, so
+    /// that it can get them ready on the side. Only a hint: a library may do nothing.
+    virtual void willExport(const std::vector<std::string>& assetIdentifiers) { (void)assetIdentifiers; }
     /// Writes a resource's bytes to a new file. With networkAllowed false only data present on this machine is
     /// used.
     virtual void writeResource(const AssetResource& resource, const std::filesystem::path& destination,

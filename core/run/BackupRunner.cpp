@@ -14,7 +14,10 @@
 #include "run/FailedAssets.h"
 #include "run/RunState.h"
 
+#include <algorithm>
+#include <deque>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <iterator>
 #include <unordered_set>
@@ -29,6 +32,52 @@ using IdentifierSet = std::unordered_set<std::string>;
 void append(std::vector<std::string>& lines, std::vector<std::string> more) {
     lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
+
+/// Reads the assets of a walk a little ahead of it and tells the library which of them will be exported, so that
+/// it can get those ready while the walk is busy with the ones before.
+class Lookahead {
+public:
+    /// How far ahead the walk is read; the library is told again each time the lead has halved.
+    static constexpr std::size_t distance = 64;
+
+    Lookahead(const AssetList& list, PhotoLibrary& library, std::function<bool(const Asset&)> exported)
+        : m_list(list), m_library(library), m_exported(std::move(exported)) {}
+
+    /// The asset at `position`; positions are asked for in order, from 0.
+    Asset at(std::size_t position) {
+        if (!m_failed && m_read < m_list.count() && m_read < position + distance / 2) {
+            std::vector<std::string> coming;
+            for (const std::size_t end = std::min(m_list.count(), position + distance); m_read < end; ++m_read) {
+                try {
+                    m_ahead.push_back(m_list.at(m_read));
+                } catch (const std::exception&) {
+                    // The walk meets the failure when it gets there.
+                    m_failed = true;
+                    break;
+                }
+                if (m_exported(m_ahead.back()))
+                    coming.push_back(m_ahead.back().localIdentifier);
+            }
+            m_library.willExport(coming);
+        }
+        if (m_ahead.empty()) {
+            m_read = std::max(m_read, position + 1);
+            return m_list.at(position);
+        }
+        Asset asset = std::move(m_ahead.front());
+        m_ahead.pop_front();
+        return asset;
+    }
+
+private:
+    const AssetList& m_list;
+    PhotoLibrary& m_library;
+    std::function<bool(const Asset&)> m_exported;
+    std::deque<Asset> m_ahead;
+    /// Positions read so far.
+    std::size_t m_read = 0;
+    bool m_failed = false;
+};
 
 /// A missing or damaged index is no reason to stop: the run starts over from an empty one and exports everything
 /// again, which rewrites files in place.
@@ -317,10 +366,16 @@ void Run::walk() {
         m_entries.emplace(m_state.index);
     else
         m_seen.reserve(count);
+    Lookahead lookahead(m_work, m_library, [this](const Asset& asset) {
+        if (m_exclusion && m_exclusion->contains(asset.localIdentifier))
+            return false;
+        const IndexedAsset* entry = m_state.index.find(asset.localIdentifier);
+        return !entry || !AssetStep::isUnchanged(*entry, asset);
+    });
     for (std::size_t position = 0; position < count; ++position) {
         if (stopRequested())
             return;
-        const Asset asset = m_work.at(position);
+        const Asset asset = lookahead.at(position);
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
             m_state.progress.excluded += 1;
             m_failed.remove(asset.localIdentifier);

@@ -289,6 +289,28 @@ TEST_F(BackupRunnerTest, aFileDeletedByHandComesBackOnlyWithAFullRescan) {
     EXPECT_EQ(tree(), before);
 }
 
+TEST_F(BackupRunnerTest, theLibraryHearsAheadOfTheAssetsToBeExportedAndOfNoOthers) {
+    // More assets than the walk reads ahead, newest first.
+    std::vector<std::string> ids;
+    for (int i = 0; i < 150; ++i) {
+        ids.push_back("P" + std::to_string(i) + "/L0/001");
+        addPhoto(ids.back(), -i, {photo("IMG_" + std::to_string(i) + ".HEIC", "photo " + std::to_string(i))});
+    }
+    EXPECT_EQ(run().progress.copied, 150);
+    EXPECT_EQ(library.toldAhead(), ids);
+
+    // A full rescan where two assets changed: only those two are exported.
+    touch(ids[3]);
+    touch(ids[140]);
+    library.failPersistentChanges("history too old");
+    const BackupSummary full = run();
+    EXPECT_FALSE(full.incremental);
+    EXPECT_EQ(full.progress.copied, 2);
+    EXPECT_EQ(library.toldAhead().size(), 152u);
+    EXPECT_EQ(library.toldAhead()[150], ids[3]);
+    EXPECT_EQ(library.toldAhead()[151], ids[140]);
+}
+
 TEST_F(BackupRunnerTest, aFailedOriginalFailsTheAssetButAFailedEditOnlyWarns) {
     addPhoto("P1/L0/001", 0, {photo("IMG_0001.HEIC", "one")});
     addPhoto("P2/L0/001", 1, {photo("IMG_0002.HEIC", "two"), edit("two edited")});

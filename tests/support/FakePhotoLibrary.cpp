@@ -340,6 +340,16 @@ std::vector<Collection> FakePhotoLibrary::albumsContaining(const std::string& as
     return result;
 }
 
+std::vector<std::string> FakePhotoLibrary::toldAhead() const {
+    Lock lock(m_mutex);
+    return m_toldAhead;
+}
+
+void FakePhotoLibrary::willExport(const std::vector<std::string>& assetIdentifiers) {
+    Lock lock(m_mutex);
+    m_toldAhead.insert(m_toldAhead.end(), assetIdentifiers.begin(), assetIdentifiers.end());
+}
+
 std::vector<AssetResource> FakePhotoLibrary::resources(const Asset& asset) {
     Lock lock(m_mutex);
     ++m_resourceListings;

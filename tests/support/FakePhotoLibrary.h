@@ -106,6 +106,8 @@ public:
     int renderCount() const;
     /// How many times resources() was called.
     int resourceListings() const;
+    /// The identifiers willExport() was told of, in order.
+    std::vector<std::string> toldAhead() const;
     /// How many assets were read out of fetched lists.
     std::int64_t assetReads() const { return m_assetReads->load(); }
 
@@ -117,6 +119,7 @@ public:
     std::vector<Collection> albums(const std::vector<std::string>& identifiers) override;
     std::vector<Collection> albumsContaining(const std::string& assetIdentifier) override;
     std::vector<AssetResource> resources(const Asset& asset) override;
+    void willExport(const std::vector<std::string>& assetIdentifiers) override;
     void writeResource(const AssetResource& resource, const std::filesystem::path& destination,
                        bool networkAllowed) override;
     void renderPhoto(const Asset& asset, const std::filesystem::path& destination) override;
@@ -157,6 +160,7 @@ private:
     std::vector<WriteRecord> m_writes;
     int m_renders = 0;
     int m_resourceListings = 0;
+    std::vector<std::string> m_toldAhead;
     std::shared_ptr<std::atomic<std::int64_t>> m_assetReads;
 };
 

@@ -3,6 +3,7 @@
 #include "library/package/PackageAlbums.h"
 #include "library/package/PackageAssets.h"
 #include "library/package/PackageHistory.h"
+#include "library/package/PackagePrefetch.h"
 #include "library/package/PackageResources.h"
 
 namespace lorekeep {
@@ -13,7 +14,11 @@ PhotosPackageLibrary::PhotosPackageLibrary(const std::filesystem::path& package)
       m_resources(std::make_unique<PackageResources>(m_database)),
       m_history(std::make_unique<PackageHistory>(m_database)) {}
 
-PhotosPackageLibrary::~PhotosPackageLibrary() = default;
+PhotosPackageLibrary::~PhotosPackageLibrary() {
+    // The prefetch thread lists with m_resources: it stops first.
+    m_prefetch = nullptr;
+    m_prefetchOwner.reset();
+}
 
 AssetList PhotosPackageLibrary::fetchAssets(const FetchOptions& options) {
     return m_assets->fetch(options);
@@ -45,7 +50,19 @@ std::vector<Collection> PhotosPackageLibrary::albumsContaining(const std::string
 }
 
 std::vector<AssetResource> PhotosPackageLibrary::resources(const Asset& asset) {
+    if (PackagePrefetch* prefetch = m_prefetch.load()) {
+        if (std::optional<std::vector<AssetResource>> listed = prefetch->take(asset.localIdentifier))
+            return std::move(*listed);
+    }
     return m_resources->resources(asset.localIdentifier);
+}
+
+void PhotosPackageLibrary::willExport(const std::vector<std::string>& assetIdentifiers) {
+    std::call_once(m_prefetchMade, [this] {
+        m_prefetchOwner = std::make_unique<PackagePrefetch>(*m_resources);
+        m_prefetch = m_prefetchOwner.get();
+    });
+    m_prefetch.load()->add(assetIdentifiers);
 }
 
 void PhotosPackageLibrary::writeResource(const AssetResource& resource, const std::filesystem::path& destination,

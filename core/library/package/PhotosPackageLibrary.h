@@ -3,14 +3,17 @@
 #include "library/PhotoLibrary.h"
 #include "library/package/PackageDatabase.h"
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 
 namespace lorekeep {
 
 class PackageAssets;
 class PackageAlbums;
 class PackageHistory;
+class PackagePrefetch;
 class PackageResources;
 
 /// The photo library read directly from a .photoslibrary package on disk (Photos 5 and later, macOS 10.15 to 26):
@@ -41,6 +44,8 @@ public:
     std::vector<Collection> albumsContaining(const std::string& assetIdentifier) override;
 
     std::vector<AssetResource> resources(const Asset& asset) override;
+    /// Lists the assets and reads their files in on a thread of its own, a little ahead of the caller.
+    void willExport(const std::vector<std::string>& assetIdentifiers) override;
     void writeResource(const AssetResource& resource, const std::filesystem::path& destination,
                        bool networkAllowed) override;
     std::optional<std::vector<char>> readResource(const AssetResource& resource, std::size_t limit) override;
@@ -57,6 +62,10 @@ private:
     std::unique_ptr<PackageAlbums> m_albums;
     std::unique_ptr<PackageResources> m_resources;
     std::unique_ptr<PackageHistory> m_history;
+    /// Made when first asked for, and gone before the resources it lists.
+    std::once_flag m_prefetchMade;
+    std::unique_ptr<PackagePrefetch> m_prefetchOwner;
+    std::atomic<PackagePrefetch*> m_prefetch = nullptr;
 };
 
 } // namespace lorekeep

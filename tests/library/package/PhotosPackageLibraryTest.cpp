@@ -208,6 +208,33 @@ TEST_F(PackageLibraries, listsResourcesInAFixedOrderWithNamesTypesAndPlaces) {
         open(library26).resources(Asset{.localIdentifier = asset("00000000-0000-0000-0000-000000000000")}).empty());
 }
 
+TEST_F(PackageLibraries, listingsMadeAheadAreTheOnesAskedFor) {
+    for (const std::string& name : {library26, libraryMedia, libraryShared}) {
+        SCOPED_TRACE(name);
+        PhotosPackageLibrary plain = open(name);
+        const AssetList assets = plain.fetchAssets(FetchOptions{.includeHidden = true});
+        std::vector<std::string> ids;
+        std::vector<std::vector<AssetResource>> expected;
+        for (std::size_t index = 0; index < assets.count(); ++index) {
+            ids.push_back(assets.at(index).localIdentifier);
+            expected.push_back(plain.resources(assets.at(index)));
+        }
+        ASSERT_GE(ids.size(), 3u);
+
+        // Told of every asset and of one it does not have, asked for some and not for others, and once out of turn.
+        PhotosPackageLibrary ahead = open(name);
+        std::vector<std::string> told = ids;
+        told.insert(told.begin() + 1, asset("00000000-0000-0000-0000-000000000000"));
+        ahead.willExport(told);
+        EXPECT_EQ(ahead.resources(Asset{.localIdentifier = ids.back()}), expected.back());
+        for (std::size_t index = 0; index < ids.size(); index += 1 + index % 2)
+            EXPECT_EQ(ahead.resources(Asset{.localIdentifier = ids[index]}), expected[index]) << ids[index];
+        ahead.willExport(ids);
+        for (std::size_t index = 0; index < ids.size(); ++index)
+            EXPECT_EQ(ahead.resources(Asset{.localIdentifier = ids[index]}), expected[index]) << ids[index];
+    }
+}
+
 TEST_F(PackageLibraries, copiesStoredFilesAndExplainsMissingOnes) {
     test::TempDir out;
     PhotosPackageLibrary library = open(library26);

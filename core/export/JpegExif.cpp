@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 namespace lorekeep {
 namespace {
@@ -103,6 +104,16 @@ std::optional<JpegExif> JpegExif::parse(std::span<const char> bytes) {
     if (!jpeg.readProperties())
         return std::nullopt;
     return jpeg;
+}
+
+std::optional<ImageProperties> JpegExif::tiffProperties(std::span<const char> bytes) {
+    JpegExif tiff;
+    tiff.m_bytes = bytes;
+    tiff.m_tiff = 0;
+    tiff.m_tiffSize = bytes.size();
+    if (!tiff.readTiff() || !tiff.readProperties())
+        return std::nullopt;
+    return std::move(tiff.m_properties);
 }
 
 // Numbers of the TIFF header's byte order, at offsets from its start.

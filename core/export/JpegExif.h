@@ -34,6 +34,9 @@ public:
 
     /// The file's layout, or nothing when it is not a JPEG this reader takes.
     static std::optional<JpegExif> parse(std::span<const char> bytes);
+    /// The properties of a file made of TIFF directories (TIFF, DNG and the RAW formats built on TIFF), read as
+    /// those of a JPEG's EXIF block are; nothing when it is not one or this reader declines it.
+    static std::optional<ImageProperties> tiffProperties(std::span<const char> bytes);
 
     /// The EXIF and GPS properties, as the general reader gives them for these tags.
     [[nodiscard]] const ImageProperties& properties() const { return m_properties; }

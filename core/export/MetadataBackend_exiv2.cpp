@@ -360,10 +360,52 @@ private:
     mutable std::unique_ptr<Exiv2ImageSource> m_general;
 };
 
-/// The image source for bytes in memory: a plain JPEG's own reader, or Exiv2's.
+/// A file of TIFF directories (a RAW photo, mostly), whose properties are read without Exiv2: such files only get a
+/// sidecar, which needs no more, and Exiv2's reading of every directory and maker note costs more than the rest
+/// of the file's export. Exiv2 reads it when more is asked of it.
+class TiffImageSource final : public MetadataBackend::ImageSource {
+public:
+    TiffImageSource(std::vector<char> owned, std::span<const char> bytes, ImageProperties properties)
+        : m_owned(std::move(owned)), m_bytes(bytes), m_properties(std::move(properties)) {}
+
+    const std::string& typeIdentifier() const override {
+        static const std::string unknown;
+        return general() ? general()->typeIdentifier() : unknown;
+    }
+    const ImageProperties& properties() const override { return m_properties; }
+    bool canWrite() const override { return general() && general()->canWrite(); }
+
+    std::span<const char> withMetadata(const XmpMetadata& metadata) const override {
+        if (!general())
+            throw std::runtime_error("");
+        return general()->withMetadata(metadata);
+    }
+
+private:
+    /// Exiv2's reading of the file, made when first asked for; nullptr when Exiv2 takes it for no image.
+    Exiv2ImageSource* general() const {
+        if (!m_general) {
+            try {
+                m_general = imageOf(m_bytes, {});
+            } catch (const std::exception&) {
+                m_general = nullptr;
+            }
+        }
+        return m_general->get();
+    }
+
+    std::vector<char> m_owned;
+    std::span<const char> m_bytes;
+    ImageProperties m_properties;
+    mutable std::optional<std::unique_ptr<Exiv2ImageSource>> m_general;
+};
+
+/// The image source for bytes in memory: a plain JPEG's own reader, the TIFF reader, or Exiv2's.
 std::unique_ptr<MetadataBackend::ImageSource> sourceOf(std::span<const char> bytes, std::vector<char> owned) {
     if (auto jpeg = JpegExif::parse(bytes))
         return std::make_unique<JpegImageSource>(std::move(owned), bytes, std::move(*jpeg));
+    if (auto properties = JpegExif::tiffProperties(bytes))
+        return std::make_unique<TiffImageSource>(std::move(owned), bytes, std::move(*properties));
     return imageOf(bytes, std::move(owned));
 }
 

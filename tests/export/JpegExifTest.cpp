@@ -138,6 +138,43 @@ TEST(JpegExif, copiesRealPhotosOfBothByteOrders) {
     EXPECT_GT(copied, 0);
 }
 
+TEST(JpegExif, readsTheDateAndPlaceOfRawFilesAsExiftoolAndExiv2Do) {
+    const auto backend = MetadataBackend::platform();
+    for (const bool withPlace : {true, false}) {
+        SCOPED_TRACE(withPlace ? "with a place" : "without one");
+        sample::SampleAsset asset;
+        asset.taken = {.year = 2024, .month = 5, .day = 5, .hour = 12, .minute = 3, .second = 27};
+        if (withPlace)
+            asset.place = sample::Place{.latitude = -33.8568, .longitude = 151.2153, .altitude = 4};
+        sample::Picture picture(32, 24);
+        picture.verticalGradient(0, 24, {20, 60, 200}, {200, 220, 255});
+        const std::string dng = sample::CameraFiles::dng(picture, asset);
+        const std::optional<ImageProperties> properties = JpegExif::tiffProperties(dng);
+        ASSERT_TRUE(properties.has_value());
+
+        test::TempDir folder;
+        test::writeFile(folder / "photo.dng", dng);
+        const nlohmann::json tags = test::ExifTool::tags(folder / "photo.dng");
+        ASSERT_NE(propertyText(properties->exif, "DateTimeOriginal"), nullptr);
+        EXPECT_EQ(*propertyText(properties->exif, "DateTimeOriginal"), text(tags, "ExifIFD:DateTimeOriginal"));
+        EXPECT_EQ(properties->gps.contains("Latitude"), withPlace);
+        if (withPlace) {
+            EXPECT_NEAR(*propertyNumber(properties->gps, "Latitude"), number(tags, "GPS:GPSLatitude"), 1e-9);
+            EXPECT_EQ(*propertyText(properties->gps, "LatitudeRef"), "S");
+            EXPECT_NEAR(*propertyNumber(properties->gps, "Longitude"), number(tags, "GPS:GPSLongitude"), 1e-9);
+            EXPECT_EQ(*propertyText(properties->gps, "LongitudeRef"), "E");
+        }
+
+        // The backend's source gives the same, and leaves the rest to the general reader.
+        const auto source = backend->openImage(std::span(dng.data(), dng.size()));
+        ASSERT_NE(source, nullptr);
+        EXPECT_EQ(source->properties(), *properties);
+        EXPECT_FALSE(source->typeIdentifier().empty());
+    }
+    EXPECT_FALSE(JpegExif::tiffProperties("GIF89a"));
+    EXPECT_FALSE(JpegExif::tiffProperties(std::string("II*\0\x08\0\0\0\x05\0", 10))) << "a directory past the end";
+}
+
 TEST(JpegExif, declinesWhatItCannotChangeInPlace) {
     // Not a JPEG, or cut short, or with a segment running past the end.
     const std::string camera = cameraJpeg(true);

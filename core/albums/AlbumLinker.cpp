@@ -4,7 +4,10 @@
 #include "albums/LinkTree.h"
 #include "base/AtomicFile.h"
 
+#include <atomic>
+#include <chrono>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <sstream>
 
@@ -144,13 +147,41 @@ LinkSet AlbumLinker::rebuild(LinkMode mode, const LinkSet& desired, const Progre
     fs::create_directories(staging);
     try {
         Ticker ticker = Ticker::hundredths(static_cast<std::int64_t>(desired.size()), progress);
-        LinkTree tree(m_destination, staging, mode, *m_aliases);
-        LinkSet failed;
         const bool writes = writesLinks(mode);
-        for (const auto& [link, target] : desired) {
-            if (!writes || !tree.add(link, target))
-                failed.emplace(link, target);
+        const auto makeLinks = [&](LinkSet::const_iterator from, LinkSet::const_iterator to, auto&& tick) {
+            LinkTree tree(m_destination, staging, mode, *m_aliases);
+            LinkSet failed;
+            for (; from != to; ++from) {
+                if (!writes || !tree.add(from->first, from->second))
+                    failed.insert(*from);
+                tick();
+            }
+            return failed;
+        };
+        // A new tree of symbolic links is made by two threads, each in top-level folders of its own: most of the
+        // time goes to the file system making each link, which it does for two folders at once.
+        const auto half = splitAtTopFolder(desired);
+        std::atomic<std::int64_t> helped = 0;
+        std::future<LinkSet> helper;
+        if (mode == LinkMode::symlink && half != desired.end())
+            helper = std::async(std::launch::async, [&] {
+                return makeLinks(half, desired.end(), [&] { helped.fetch_add(1, std::memory_order_relaxed); });
+            });
+        // Progress is reported from this thread only, for both.
+        std::int64_t counted = 0;
+        const auto countHelp = [&] {
+            for (const std::int64_t done = helped.load(std::memory_order_relaxed); counted < done; ++counted)
+                ticker.tick();
+        };
+        LinkSet failed = makeLinks(desired.begin(), helper.valid() ? half : desired.end(), [&] {
             ticker.tick();
+            countHelp();
+        });
+        if (helper.valid()) {
+            while (helper.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready)
+                countHelp();
+            failed.merge(helper.get());
+            countHelp();
         }
         AtomicFile::write(staging / markerName, markerText);
         swapIn(staging);
@@ -159,6 +190,17 @@ LinkSet AlbumLinker::rebuild(LinkMode mode, const LinkSet& desired, const Progre
         fs::remove_all(staging, ignored);
         throw;
     }
+}
+
+LinkSet::const_iterator AlbumLinker::splitAtTopFolder(const LinkSet& links) {
+    const auto topFolder = [](const std::string& link) { return std::string_view(link).substr(0, link.find('/')); };
+    auto half = std::next(links.begin(), static_cast<std::ptrdiff_t>(links.size() / 2));
+    if (half == links.begin())
+        return links.end();
+    const std::string_view before = topFolder(std::prev(half)->first);
+    while (half != links.end() && topFolder(half->first) == before)
+        ++half;
+    return half;
 }
 
 void AlbumLinker::swapIn(const fs::path& staging) const {

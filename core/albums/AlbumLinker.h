@@ -69,6 +69,9 @@ private:
     bool canIncrement(LinkMode manifestMode, LinkMode mode) const;
     LinkSet incremental(const LinkChanges& changes, LinkMode mode, const Progress& progress) const;
     LinkSet rebuild(LinkMode mode, const LinkSet& desired, const Progress& progress) const;
+    /// Where the second half of the links starts, at the first link of a top-level folder; the end when they
+    /// cannot be split so.
+    static LinkSet::const_iterator splitAtTopFolder(const LinkSet& links);
     void swapIn(const std::filesystem::path& staging) const;
     bool writesLinks(LinkMode mode) const { return mode == LinkMode::symlink || m_aliases->canWrite(); }
 

@@ -180,8 +180,8 @@ void AssetExporter::completeInMemory(ExportDraft& draft, const AssetMeta& meta, 
     }
 }
 
-void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs::path& partial,
-                             const fs::path& target, Placed& placed) const {
+void AssetExporter::complete(ExportDraft& draft, const AssetMeta& meta, const fs::path& partial, const fs::path& target,
+                             Placed& placed) const {
     const FileDigest source = FileHash::sha256(partial);
     draft.sourceSha256 = source.sha256;
 

@@ -6,8 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sys/stat.h>
+#include <thread>
 
 namespace lorekeep {
 namespace {
@@ -85,6 +87,35 @@ TEST_F(AlbumLinkerTest, firstPassBuildsRelativeLinksThatStillResolveWhenTheDesti
     const fs::path moved = temp / "Mounted elsewhere";
     fs::rename(root, moved);
     EXPECT_EQ(TreeSnapshot::text(moved, {.under = "By Album"}), expected);
+}
+
+TEST_F(AlbumLinkerTest, aLargeNewTreeIsWholeAndReportsOnTheCallersThreadOnly) {
+    // Top-level folders whose names sort around the separator, nested folders, and links across the middle.
+    LinkSet links;
+    std::vector<std::string> expected{marker()};
+    for (const std::string top : {"A", "A B", "A-C", "A/Inner", "Z"}) {
+        for (int i = 0; i < 120; ++i) {
+            const std::string target = i % 2 ? "By Date/2024/05/a.heic" : "By Date/2023/01/c.jpg";
+            const std::string link = top + "/" + std::to_string(i) + fs::path(target).extension().string();
+            links.emplace(link, target);
+            expected.push_back("By Album/" + link + " -> " + target);
+        }
+    }
+    std::sort(expected.begin(), expected.end());
+    std::vector<std::int64_t> done;
+    bool otherThread = false;
+    const auto caller = std::this_thread::get_id();
+    const AlbumResult result = linker.apply(LinkMode::symlink, links, [&](std::int64_t count, std::int64_t total) {
+        done.push_back(count);
+        otherThread |= std::this_thread::get_id() != caller || total != 600;
+    });
+    EXPECT_EQ(result.links, 600);
+    EXPECT_TRUE(result.warnings.empty());
+    EXPECT_EQ(TreeSnapshot::lines(root, {.under = "By Album"}), expected);
+    EXPECT_FALSE(otherThread);
+    ASSERT_FALSE(done.empty());
+    EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+    EXPECT_EQ(done.back(), 600);
 }
 
 TEST_F(AlbumLinkerTest, laterPassesChangeOnlyWhatDiffersAndPruneEmptiedFolders) {

@@ -369,7 +369,9 @@ void Run::walk() {
     Lookahead lookahead(m_work, m_library, [this](const Asset& asset) {
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier))
             return false;
-        const IndexedAsset* entry = m_state.index.find(asset.localIdentifier);
+        // In a full rescan the hash table finds an entry for less than the index's ordered map.
+        const IndexedAsset* entry =
+            m_entries ? m_entries->find(asset.localIdentifier) : m_state.index.find(asset.localIdentifier);
         return !entry || !AssetStep::isUnchanged(*entry, asset);
     });
     for (std::size_t position = 0; position < count; ++position) {

@@ -33,6 +33,14 @@ void append(std::vector<std::string>& lines, std::vector<std::string> more) {
     lines.insert(lines.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
+/// An asset of the walk, with what the look ahead learnt of it.
+struct AssetAhead {
+    Asset asset;
+    /// The asset's entry, when the look ahead met the asset in the index already (a full rescan's lookup); an
+    /// entry found missing is looked for again, in case the walk added it meanwhile.
+    const IndexedAsset* entry = nullptr;
+};
+
 /// Reads the assets of a walk a little ahead of it and tells the library which of them will be exported, so that
 /// it can get those ready while the walk is busy with the ones before.
 class Lookahead {
@@ -40,40 +48,41 @@ public:
     /// How far ahead the walk is read; the library is told again each time the lead has halved.
     static constexpr std::size_t distance = 64;
 
-    Lookahead(const AssetList& list, PhotoLibrary& library, std::function<bool(const Asset&)> exported)
+    /// `exported` says whether the walk will export an asset, and may note its entry.
+    Lookahead(const AssetList& list, PhotoLibrary& library, std::function<bool(AssetAhead&)> exported)
         : m_list(list), m_library(library), m_exported(std::move(exported)) {}
 
     /// The asset at `position`; positions are asked for in order, from 0.
-    Asset at(std::size_t position) {
+    AssetAhead at(std::size_t position) {
         if (!m_failed && m_read < m_list.count() && m_read < position + distance / 2) {
             std::vector<std::string> coming;
             for (const std::size_t end = std::min(m_list.count(), position + distance); m_read < end; ++m_read) {
                 try {
-                    m_ahead.push_back(m_list.at(m_read));
+                    m_ahead.push_back({m_list.at(m_read)});
                 } catch (const std::exception&) {
                     // The walk meets the failure when it gets there.
                     m_failed = true;
                     break;
                 }
                 if (m_exported(m_ahead.back()))
-                    coming.push_back(m_ahead.back().localIdentifier);
+                    coming.push_back(m_ahead.back().asset.localIdentifier);
             }
             m_library.willExport(coming);
         }
         if (m_ahead.empty()) {
             m_read = std::max(m_read, position + 1);
-            return m_list.at(position);
+            return {m_list.at(position)};
         }
-        Asset asset = std::move(m_ahead.front());
+        AssetAhead next = std::move(m_ahead.front());
         m_ahead.pop_front();
-        return asset;
+        return next;
     }
 
 private:
     const AssetList& m_list;
     PhotoLibrary& m_library;
-    std::function<bool(const Asset&)> m_exported;
-    std::deque<Asset> m_ahead;
+    std::function<bool(AssetAhead&)> m_exported;
+    std::deque<AssetAhead> m_ahead;
     /// Positions read so far.
     std::size_t m_read = 0;
     bool m_failed = false;
@@ -130,7 +139,8 @@ public:
 
 private:
     void clearLeftovers();
-    void handle(const AssetStep& step, const Asset& asset);
+    /// `entry`: the asset's entry when the walk met it in a full rescan's lookup already.
+    void handle(const AssetStep& step, const Asset& asset, const IndexedAsset* entry = nullptr);
     /// After an asset failed: stops the run when the destination as a whole is full or gone.
     void lookForFault();
     /// Ends a run that hit a destination fault: saves what can be saved, then throws the fault's error.
@@ -312,7 +322,7 @@ void Run::clearLeftovers() {
     std::ofstream(m_root / BackupRunner::runActivePath).close();
 }
 
-void Run::handle(const AssetStep& step, const Asset& asset) {
+void Run::handle(const AssetStep& step, const Asset& asset, const IndexedAsset* entry) {
     const std::string& id = asset.localIdentifier;
     const bool retry = m_failedBefore.contains(id);
     if (retry)
@@ -321,7 +331,7 @@ void Run::handle(const AssetStep& step, const Asset& asset) {
     const bool fullRescan = !m_changes || retry;
     AssetStep::Outcome outcome;
     if (m_entries) {
-        outcome = step.handle(asset, m_state, fullRescan, m_entries->meet(id));
+        outcome = step.handle(asset, m_state, fullRescan, entry ? entry : m_entries->meet(id));
     } else {
         m_seen.insert(id);
         outcome = step.handle(asset, m_state, fullRescan);
@@ -366,23 +376,28 @@ void Run::walk() {
         m_entries.emplace(m_state.index);
     else
         m_seen.reserve(count);
-    Lookahead lookahead(m_work, m_library, [this](const Asset& asset) {
+    Lookahead lookahead(m_work, m_library, [this](AssetAhead& ahead) {
+        const Asset& asset = ahead.asset;
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier))
             return false;
-        // In a full rescan the hash table finds an entry for less than the index's ordered map.
+        // A full rescan meets the asset here, once: its lookups are most of what a rescan with no change does. The
+        // meetings count only once the walk went through (they tell which entries left the library).
         const IndexedAsset* entry =
-            m_entries ? m_entries->find(asset.localIdentifier) : m_state.index.find(asset.localIdentifier);
+            m_entries ? m_entries->meet(asset.localIdentifier) : m_state.index.find(asset.localIdentifier);
+        if (m_entries)
+            ahead.entry = entry;
         return !entry || !AssetStep::isUnchanged(*entry, asset);
     });
     for (std::size_t position = 0; position < count; ++position) {
         if (stopRequested())
             return;
-        const Asset asset = lookahead.at(position);
+        const AssetAhead ahead = lookahead.at(position);
+        const Asset& asset = ahead.asset;
         if (m_exclusion && m_exclusion->contains(asset.localIdentifier)) {
             m_state.progress.excluded += 1;
             m_failed.remove(asset.localIdentifier);
         } else {
-            handle(step, asset);
+            handle(step, asset, ahead.entry);
         }
         if (m_fault != DestinationWatch::Fault::none)
             return;

@@ -67,7 +67,8 @@ public:
                 if (m_exported(m_ahead.back()))
                     coming.push_back(m_ahead.back().asset.localIdentifier);
             }
-            m_library.willExport(coming);
+            if (!coming.empty())
+                m_library.willExport(coming);
         }
         if (m_ahead.empty()) {
             m_read = std::max(m_read, position + 1);
